@@ -1,0 +1,3 @@
+#include "plugin/logging.h"
+
+Q_LOGGING_CATEGORY(plugin, "com.velmo.lumd.plugin.notifications", QtWarningMsg)
