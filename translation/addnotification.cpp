@@ -1,0 +1,193 @@
+#include "bridge/notificationsimpl.h"
+#include "plugin/logging.h"
+#include "translation/actions.h"
+#include "translation/fields.h"
+#include "translation/icons.h"
+
+#include <notification.h>
+
+#include <QtCore/QDateTime>
+
+namespace
+{
+
+namespace id = field::notification;
+
+void setTexts(lu_field *record, Notification *notification, const QString &title)
+{
+    notification->setAppName(field::text(record, id::appName));
+    notification->setSummary(title);
+    notification->setBody(field::text(record, id::text));
+    notification->setSubText(field::text(record, id::subText));
+}
+
+void setOrigin(Notification *notification, const QString &packageName, const QString &key)
+{
+    notification->setHintValue(QStringLiteral("x-vorn-origin-package"), packageName);
+    notification->setHintValue(QStringLiteral("x-vorn-origin-key"), key);
+}
+
+struct CategoryMapping {
+    const char *android;
+    const char *category;
+    const char *feedback;
+};
+
+constexpr CategoryMapping categories[] = {
+    {"msg", "chat", "chat,chat_exists"},
+    {"event", "calendar", "calendar"},
+    {"email", "email", "email,email_exists"},
+    {"alarm", "clock", "clock"},
+};
+
+void setCategory(Notification *notification, const QString &androidCategory)
+{
+    for (const CategoryMapping &mapping : categories) {
+        if (androidCategory == QLatin1String(mapping.android)) {
+            notification->setHintValue(QStringLiteral("x-vorn-feedback"),
+                                       QString::fromLatin1(mapping.feedback));
+            notification->setCategory(QString::fromLatin1(mapping.category));
+            return;
+        }
+    }
+    notification->setCategory(androidCategory);
+}
+
+void setColor(lu_field *record, Notification *notification)
+{
+    const int color = field::int32(record, id::color);
+    QString text = QStringLiteral("auto");
+    if (color != 0) {
+        text = QStringLiteral("#%1").arg(static_cast<uint>(color), 6, 16, QLatin1Char('0'));
+    }
+    notification->setHintValue(QStringLiteral("x-vorn-color"), text);
+    if (color != 0) {
+        qCDebug(plugin) << "notif colour:" << color << text;
+    }
+}
+
+void setSoundAndVibration(lu_field *record, Notification *notification)
+{
+    const bool silent = lu_field_get_bool(record, id::silent) != 0;
+    const bool vibrate = lu_field_get_bool(record, id::vibrate) != 0;
+    if (silent) {
+        notification->setHintValue(QStringLiteral("suppress-sound"), true);
+    }
+    if (vibrate) {
+        notification->setHintValue(QStringLiteral("x-vorn-vibrate"), true);
+    }
+    if (!silent || vibrate) {
+        notification->setHintValue(QStringLiteral("x-vorn-display-on"), true);
+    }
+}
+
+void setLedColor(lu_field *record, Notification *notification)
+{
+    const int color = field::int32(record, id::ledColor);
+    if (color != 0) {
+        notification->setHintValue(QStringLiteral("x-vorn-led-argb"), color);
+    }
+}
+
+void setTimestamp(lu_field *record, Notification *notification)
+{
+    const qint64 timestamp = lu_field_get_int(record, id::timestamp);
+    if (timestamp != 0) {
+        notification->setTimestamp(QDateTime::fromMSecsSinceEpoch(timestamp));
+    }
+}
+
+void setProgress(lu_field *record, Notification *notification)
+{
+    const bool indeterminate = lu_field_get_bool(record, id::indeterminate) != 0;
+    const qint64 maximum = lu_field_get_int(record, id::progressMax);
+    if (indeterminate) {
+        notification->setProgress(-1);
+    } else if (maximum >= 1) {
+        const qint64 value = lu_field_get_int(record, id::progress);
+        notification->setProgress(static_cast<double>(value) / static_cast<double>(maximum));
+    }
+}
+
+void setImportance(Notification *notification, int importance)
+{
+    // Unsigned, since a host may send any number: it wraps instead of overflowing.
+    notification->setHintValue(QStringLiteral("x-vorn-priority"),
+                               static_cast<int>(static_cast<uint>(importance) * 25U));
+    if (importance == 0 || importance == 1) {
+        notification->setUrgency(Notification::Low);
+    } else if (importance == 4 || importance == 5) {
+        notification->setUrgency(Notification::Critical);
+    } else {
+        notification->setUrgency(Notification::Normal);
+    }
+}
+
+void setLifetimeAndCount(lu_field *record, Notification *notification)
+{
+    const bool ongoing = lu_field_get_bool(record, id::ongoing) != 0;
+    const bool clearable = lu_field_get_bool(record, id::clearable) != 0;
+    const int itemCount = field::int32(record, id::itemCount);
+    if (ongoing) {
+        notification->setResident(true);
+    }
+    if (!clearable) {
+        notification->setHintValue(QStringLiteral("x-vorn-user-removable"), false);
+    }
+    if (itemCount > 0) {
+        notification->setItemCount(itemCount);
+    }
+}
+
+} // namespace
+
+void NotificationsImpl::addNotification(lu_field *record)
+{
+    auto *const fresh = new Notification;
+    const QString key = field::text(record, id::key);
+    const QString packageName = field::text(record, id::packageName);
+    const QString title = field::text(record, id::title);
+    const QString category = field::text(record, id::category);
+    const int importance = field::int32(record, id::importance);
+
+    setTexts(record, fresh, title);
+    setOrigin(fresh, packageName, key);
+    setSmallIcon(record, fresh, m_iconCacheDir, key);
+    setLargeIcon(record, fresh, m_iconCacheDir, key, packageName, title);
+    setCategory(fresh, category);
+    setColor(record, fresh);
+    setSoundAndVibration(record, fresh);
+    setLedColor(record, fresh);
+    setTimestamp(record, fresh);
+    setProgress(record, fresh);
+    setImportance(fresh, importance);
+    setLifetimeAndCount(record, fresh);
+    const bool lowUrgency = lu_field_get_bool(record, id::lowUrgency) != 0;
+    if (lowUrgency) {
+        fresh->setUrgency(Notification::Low);
+    }
+    fresh->setRemoteActions(remoteActions(record, key, m_actionInput));
+
+    if (Notification *const old = m_notifications.value(key)) {
+        fresh->setReplacesId(old->replacesId());
+        m_pendingCloseKeys.removeAll(key);
+        if (unchanged(old, fresh)) {
+            qCDebug(plugin) << "Notification " << fresh->replacesId() << " (" << key << ") unchanged";
+            qCDebug(plugin) << "Not publishing unchanged notification " << key;
+            delete fresh;
+            return;
+        }
+        qCDebug(plugin) << "Notification " << fresh->replacesId() << " (" << key << ") was changed";
+        m_notifications.remove(key);
+        delete old;
+    }
+    fresh->publish();
+    qCDebug(plugin) << "Published notification " << key << " as " << fresh->replacesId() << " with importance"
+                    << importance;
+    connectNotif(fresh);
+    m_notifications.insert(key, fresh);
+
+    if (!m_alertCommand.empty() && (fresh->urgency() > Notification::Low || lowUrgency)) {
+        requestAlert({title, packageName, fresh->appName(), fresh->body(), fresh->subText(), category});
+    }
+}

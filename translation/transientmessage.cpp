@@ -1,0 +1,18 @@
+#include "bridge/notificationsimpl.h"
+#include "translation/fields.h"
+
+#include <notification.h>
+
+void NotificationsImpl::publishNotification(lu_field *record)
+{
+    Notification notification;
+    notification.setIsTransient(true);
+    if (lu_field_get_bool(record, field::message::warning)) {
+        notification.setUrgency(Notification::Critical);
+        notification.setAppIcon(QStringLiteral("icon-lock-warning"));
+    } else {
+        notification.setAppIcon(QStringLiteral("icon-s-android"));
+    }
+    notification.setSummary(field::text(record, field::message::text));
+    notification.publish();
+}
