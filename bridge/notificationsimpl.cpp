@@ -19,10 +19,8 @@ void usePeerConnection()
     if (address.isEmpty()) {
         return;
     }
-    const QDBusConnection connection =
-        QDBusConnection::connectToPeer(address, QStringLiteral("peerconnection"));
-    qCDebug(plugin) << "P2P dbus connection" << address
-                    << (connection.isConnected() ? "successful" : "failed");
+    const QDBusConnection connection = QDBusConnection::connectToPeer(address, QStringLiteral("peerconnection"));
+    qCDebug(plugin) << "P2P dbus connection" << address << (connection.isConnected() ? "successful" : "failed");
     if (!NotificationConnectionManager::useDBusConnection(connection)) {
         qCCritical(plugin) << "Could not set p2p dbus connection";
     }
@@ -34,8 +32,7 @@ NotificationsImpl::NotificationsImpl(lu_handle *handle, bool actionInput, const 
                                      QObject *parent)
     : QObject(parent)
     , m_handle(handle)
-    , m_iconCacheDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation) +
-                     QStringLiteral("/lumd/notif"))
+    , m_iconCacheDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation) + QStringLiteral("/lumd/notif"))
     , m_actionInput(actionInput)
     , m_alertCommand(alertCommand)
 {

@@ -13,7 +13,4 @@ void NotificationsImpl::connectNotif(Notification *notification)
     connect(notification, &Notification::closed, this, &NotificationsImpl::notificationClosed);
 }
 
-void NotificationsImpl::newConnection()
-{
-    m_pendingCloseKeys = QStringList();
-}
+void NotificationsImpl::newConnection() { m_pendingCloseKeys = QStringList(); }

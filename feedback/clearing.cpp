@@ -9,14 +9,14 @@
 namespace
 {
 
-/// Removes the directory with all that is in it. A link that somebody put in its place goes, not what it
-/// points to.
+/// Removes the directory with all that is in it. Of a link that somebody put in its place only the link goes,
+/// not what it points to.
 bool removeDirectory(QDir &directory)
 {
     if (QFileInfo(directory.path()).isSymLink()) {
         return QFile::remove(directory.path());
     }
-    return directory.removeRecursively();
+    return !directory.exists() || directory.removeRecursively();
 }
 
 } // namespace
@@ -31,7 +31,7 @@ void NotificationsImpl::cleanupNotifications()
         delete object;
     }
     closeDexOptNotification();
-    if (m_iconCacheDir.exists() && !removeDirectory(m_iconCacheDir)) {
+    if (!removeDirectory(m_iconCacheDir)) {
         qCDebug(plugin) << "Cannot clear icon cache dir at" << m_iconCacheDir.path();
     }
     if (!m_iconCacheDir.exists() && !m_iconCacheDir.mkpath(QStringLiteral("."))) {

@@ -3,10 +3,7 @@
 namespace
 {
 
-NotificationsImpl *bridge(void *userData)
-{
-    return static_cast<NotificationsImpl *>(userData);
-}
+NotificationsImpl *bridge(void *userData) { return static_cast<NotificationsImpl *>(userData); }
 
 } // namespace
 
@@ -14,15 +11,9 @@ void NotificationsImpl::init(lu_handle *, void *) {}
 
 void NotificationsImpl::deinit(lu_handle *, void *) {}
 
-void NotificationsImpl::connected(lu_handle *, void *userData)
-{
-    bridge(userData)->newConnection();
-}
+void NotificationsImpl::connected(lu_handle *, void *userData) { bridge(userData)->newConnection(); }
 
-void NotificationsImpl::clear(lu_handle *, void *userData)
-{
-    bridge(userData)->cleanupNotifications();
-}
+void NotificationsImpl::clear(lu_handle *, void *userData) { bridge(userData)->cleanupNotifications(); }
 
 void NotificationsImpl::add(lu_handle *, lu_field *record, void *userData)
 {
@@ -57,14 +48,6 @@ void NotificationsImpl::dexopt_notify(lu_handle *, const char *summary, const ch
 
 lu_plugin_notifications_callbacks NotificationsImpl::callbacks()
 {
-    return {init,
-            deinit,
-            connected,
-            clear,
-            add,
-            remove,
-            publish,
-            installation_result,
-            uninstallation_result,
+    return {init,         deinit, connected, clear, add, remove, publish, installation_result, uninstallation_result,
             dexopt_notify};
 }

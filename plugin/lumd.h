@@ -56,8 +56,7 @@ typedef struct lu_plugin_notifications_callbacks {
     void (*publish)(lu_handle *handle, lu_field *message, void *user_data);
     void (*installation_result)(lu_handle *handle, lu_field *result, void *user_data);
     void (*uninstallation_result)(lu_handle *handle, lu_field *result, void *user_data);
-    void (*dexopt_notify)(lu_handle *handle, const char *summary, const char *body, double progress,
-                          void *user_data);
+    void (*dexopt_notify)(lu_handle *handle, const char *summary, const char *body, double progress, void *user_data);
 } lu_plugin_notifications_callbacks;
 
 /// The host's configuration; owned by the host.
@@ -67,8 +66,7 @@ LU_EXPORT int lu_config_parser_contains(lu_config_parser *parser, const char *se
 /// The value as a boolean, non-zero for true.
 LU_EXPORT int lu_config_parser_value_bool(lu_config_parser *parser, const char *section, const char *key);
 /// A new copy of the value, for the caller to `free`.
-LU_EXPORT char *lu_config_parser_value_str_dup(lu_config_parser *parser, const char *section,
-                                               const char *key);
+LU_EXPORT char *lu_config_parser_value_str_dup(lu_config_parser *parser, const char *section, const char *key);
 
 /// A new, empty record of the given record type, with one reference for the caller.
 LU_EXPORT lu_field *lu_field_new(uint32_t record_type);

@@ -25,8 +25,8 @@ std::string stringValue(lu_config_parser *parser, const char *key)
     if (!parser || !lu_config_parser_contains(parser, section, key)) {
         return {};
     }
-    const std::unique_ptr<char, decltype(&std::free)> value(
-        lu_config_parser_value_str_dup(parser, section, key), &std::free);
+    const std::unique_ptr<char, decltype(&std::free)> value(lu_config_parser_value_str_dup(parser, section, key),
+                                                            &std::free);
     return value ? std::string(value.get()) : std::string();
 }
 
@@ -40,17 +40,13 @@ int32_t plugin_load(lu_plugin_context *context)
 }
 
 /// Leaves the context's instance as it is: the record is the host's.
-void plugin_unload(lu_plugin_context *context)
-{
-    delete static_cast<NotificationsImpl *>(context->instance);
-}
+void plugin_unload(lu_plugin_context *context) { delete static_cast<NotificationsImpl *>(context->instance); }
 
 // The host runs on 32-bit ARM; this is the layout that it reads there.
-static_assert(sizeof(void *) != 4 ||
-                  (sizeof(lu_plugin_def) == 28 && offsetof(lu_plugin_def, version) == 0 &&
-                   offsetof(lu_plugin_def, name) == 4 && offsetof(lu_plugin_def, type) == 8 &&
-                   offsetof(lu_plugin_def, vendor) == 12 && offsetof(lu_plugin_def, load) == 16 &&
-                   offsetof(lu_plugin_def, unload) == 20 && offsetof(lu_plugin_def, reserved) == 24),
+static_assert(sizeof(void *) != 4 || (sizeof(lu_plugin_def) == 28 && offsetof(lu_plugin_def, version) == 0 &&
+                                      offsetof(lu_plugin_def, name) == 4 && offsetof(lu_plugin_def, type) == 8 &&
+                                      offsetof(lu_plugin_def, vendor) == 12 && offsetof(lu_plugin_def, load) == 16 &&
+                                      offsetof(lu_plugin_def, unload) == 20 && offsetof(lu_plugin_def, reserved) == 24),
               "the plug-in descriptor's layout is the host's binary interface");
 
 } // namespace

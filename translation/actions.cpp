@@ -36,8 +36,8 @@ QVariant remoteAction(lu_field *element, const QString &key, const QString &titl
     const QString method =
         input ? QStringLiteral("notificationActionInvokeInput") : QStringLiteral("notificationActionInvoke");
     return Notification::remoteAction(actionName(element, title), title, QStringLiteral("com.velmo.lumd"),
-                                      QStringLiteral("/com/velmo/lumd"), QStringLiteral("com.velmo.lumd"),
-                                      method, {key, title});
+                                      QStringLiteral("/com/velmo/lumd"), QStringLiteral("com.velmo.lumd"), method,
+                                      {key, title});
 }
 
 } // namespace
@@ -63,8 +63,8 @@ QVariantList remoteActions(lu_field *record, const QString &key, bool actionInpu
         forEachElement(choiceList, [&choices](void *choice) {
             choices.append(QString::fromUtf8(static_cast<const char *>(choice)));
         });
-        actions.append(Notification::actionSetInputFormat(description, field::text(action, id::inputLabel),
-                                                          freeInput, choices));
+        actions.append(
+            Notification::actionSetInputFormat(description, field::text(action, id::inputLabel), freeInput, choices));
     });
     return actions;
 }

@@ -44,8 +44,7 @@ void setCategory(Notification *notification, const QString &androidCategory)
 {
     for (const CategoryMapping &mapping : categories) {
         if (androidCategory == QLatin1String(mapping.android)) {
-            notification->setHintValue(QStringLiteral("x-vorn-feedback"),
-                                       QString::fromLatin1(mapping.feedback));
+            notification->setHintValue(QStringLiteral("x-vorn-feedback"), QString::fromLatin1(mapping.feedback));
             notification->setCategory(QString::fromLatin1(mapping.category));
             return;
         }

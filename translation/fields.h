@@ -66,10 +66,7 @@ constexpr uint32_t message = 0x71;
 } // namespace result
 
 /// The text of a string field, empty when it is absent.
-inline QString text(lu_field *record, uint32_t id)
-{
-    return QString::fromUtf8(lu_field_get_str(record, id));
-}
+inline QString text(lu_field *record, uint32_t id) { return QString::fromUtf8(lu_field_get_str(record, id)); }
 
 /// The low 32 bits of an integer field, for the values that have no more.
 inline int int32(lu_field *record, uint32_t id)

@@ -28,11 +28,12 @@ IconBytes iconBytes(lu_field *record, uint32_t fieldId)
 
 enum class IconFile { Saved, NotOpened, NotCommitted };
 
-/// Writes straight from the host's buffer. The file appears whole or not at all.
+/// Writes straight from the host's buffer. The file appears whole or not at all; unbuffered, because committing
+/// does not notice a buffer that finds no room on the disk.
 IconFile saveIcon(const QString &path, const IconBytes &icon)
 {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         return IconFile::NotOpened;
     }
     file.write(reinterpret_cast<const char *>(icon.data), icon.length);
@@ -50,10 +51,7 @@ QString iconFileName(const QString &text)
     return name + QStringLiteral(".png");
 }
 
-QString largeIconFileName(const QString &key)
-{
-    return iconFileName(key + QStringLiteral("_large"));
-}
+QString largeIconFileName(const QString &key) { return iconFileName(key + QStringLiteral("_large")); }
 
 void setSmallIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key)
 {

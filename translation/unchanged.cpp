@@ -6,10 +6,7 @@
 namespace
 {
 
-QVariant priority(Notification *notification)
-{
-    return notification->hintValue(QStringLiteral("x-vorn-priority"));
-}
+QVariant priority(Notification *notification) { return notification->hintValue(QStringLiteral("x-vorn-priority")); }
 
 void logDifferences(Notification *old, Notification *fresh)
 {
