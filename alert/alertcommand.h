@@ -16,6 +16,5 @@ struct AlertCommandArgs {
 
 /// Runs `command`, a command line (no shell), with the texts in its environment, and waits for its end; kills
 /// it when it takes longer than 30 s. Blocks, so it belongs on a worker thread. No outcome is reported.
-void runAlertCommand(const QString &title, const QString &packageName, const QString &appName,
-                     const QString &body, const QString &subText, const QString &category,
-                     const std::string &command);
+void runAlertCommand(const QString &title, const QString &packageName, const QString &appName, const QString &body,
+                     const QString &subText, const QString &category, const std::string &command);
