@@ -1,0 +1,33 @@
+#include "bridge/notificationsimpl.h"
+
+#include <notification.h>
+
+void NotificationsImpl::dexOptNotify(const char *summary, const char *body, double progress)
+{
+    const QString summaryText = QString::fromUtf8(summary);
+    if (summaryText.isEmpty()) {
+        closeDexOptNotification();
+        return;
+    }
+    if (!m_dexOptNotification) {
+        m_dexOptNotification = new Notification;
+        m_dexOptNotification->setAppIcon(QStringLiteral("icon-s-android"));
+        m_dexOptNotification->setAppName(QStringLiteral("Orvix"));
+        m_dexOptNotification->setResident(true);
+        m_dexOptNotification->setHintValue(QStringLiteral("x-vorn-user-removable"), false);
+    }
+    m_dexOptNotification->setProgress(progress);
+    m_dexOptNotification->setSummary(summaryText);
+    m_dexOptNotification->setBody(QString::fromUtf8(body));
+    m_dexOptNotification->publish();
+}
+
+void NotificationsImpl::closeDexOptNotification()
+{
+    if (!m_dexOptNotification) {
+        return;
+    }
+    m_dexOptNotification->close();
+    m_dexOptNotification->deleteLater();
+    m_dexOptNotification = nullptr;
+}
