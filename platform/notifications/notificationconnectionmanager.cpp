@@ -1,0 +1,8 @@
+#include "notificationconnectionmanager.h"
+
+#include "notificationconnection.h"
+
+bool NotificationConnectionManager::useDBusConnection(const QDBusConnection &connection)
+{
+    return NotificationConnection::instance().use(connection);
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+#include <QtDBus/QDBusArgument>
+
+/// One notification as it travels over D-Bus: the arguments of `Notify` (freedesktop.org Desktop
+/// Notifications 1.2) with the server's identifier. D-Bus signature (usssasa{sv}i).
+struct DesktopNotification {
+    uint id = 0;
+    QString appName;
+    QString appIcon;
+    QString summary;
+    QString body;
+    QStringList actions; ///< name and text in turn
+    QVariantMap hints;
+    int expireTimeout = -1; ///< milliseconds; -1 the server's choice, 0 never
+};
+using DesktopNotificationList = QList<DesktopNotification>;
+
+Q_DECLARE_METATYPE(DesktopNotification)
+Q_DECLARE_METATYPE(DesktopNotificationList)
+
+QDBusArgument &operator<<(QDBusArgument &argument, const DesktopNotification &notification);
+/// Hints arrive free of `QDBusArgument` (see `plainVariant`).
+const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotification &notification);
+
+/// `value` with every nested `QDBusArgument` and `QDBusVariant` turned into maps, lists and plain values, so
+/// that it can be kept, compared and sent on.
+QVariant plainVariant(const QVariant &value);
+QVariantMap plainMap(const QVariantMap &map);
+
+/// Makes the types known to Qt D-Bus; cheap to call again.
+void registerDesktopNotificationTypes();
+
+namespace protocol
+{
+inline QString service() { return QStringLiteral("org.freedesktop.Notifications"); }
+inline QString objectPath() { return QStringLiteral("/org/freedesktop/Notifications"); }
+/// The hint that names the publishing program, string.
+inline QString ownerHint() { return QStringLiteral("x-vorn-owner"); }
+/// The hint with the actions' D-Bus methods: a list of maps as `Notification::remoteAction` makes them, with
+/// the members "name", "displayName", "service", "path", "interface", "method", "arguments" (list) and, for
+/// an action that takes text, "input": a map of "label", "freeInput" (boolean) and "choices" (strings).
+inline QString remoteActionsHint() { return QStringLiteral("x-vorn-remote-actions"); }
+inline QString subTextHint() { return QStringLiteral("x-vorn-sub-text"); }
+inline QString previewSummaryHint() { return QStringLiteral("x-vorn-preview-summary"); }
+inline QString previewBodyHint() { return QStringLiteral("x-vorn-preview-body"); }
+/// int
+inline QString itemCountHint() { return QStringLiteral("x-vorn-item-count"); }
+/// 64-bit integer, milliseconds since the Unix epoch
+inline QString timestampHint() { return QStringLiteral("x-vorn-timestamp"); }
+/// The progress as it was set: a double, or the int -1 for unknown extent.
+inline QString progressHint() { return QStringLiteral("x-vorn-progress"); }
+} // namespace protocol

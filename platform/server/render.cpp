@@ -1,0 +1,167 @@
+#include "render.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
+#include <QtCore/QUrl>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int barWidth = 24;
+
+enum class Style { Plain, Bold, Dim, Red, Green, Yellow, Blue };
+
+QString styled(const QString &text, Style style, const RenderOptions &options)
+{
+    static constexpr const char *codes[] = {"0", "1", "2", "31;1", "32", "33", "34"};
+    if (!options.colour || style == Style::Plain || text.isEmpty()) {
+        return text;
+    }
+    return QStringLiteral("\x1b[%1m%2\x1b[0m").arg(QLatin1String(codes[static_cast<int>(style)]), text);
+}
+
+/// Applications choose the texts; what would move the cursor or turn the reading direction becomes visible.
+bool isHarmful(QChar c)
+{
+    return c.category() == QChar::Other_Control || c.category() == QChar::Other_Format ||
+           c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph;
+}
+
+QStringList wrapped(const QString &text, int width)
+{
+    QStringList lines;
+    const QStringList paragraphs = text.split(QLatin1Char('\n'));
+    for (const QString &paragraph : paragraphs) {
+        QString rest = printable(paragraph);
+        while (rest.size() > width) {
+            const int blank = rest.lastIndexOf(QLatin1Char(' '), width);
+            const int cut = blank > 0 ? blank : width;
+            lines.append(rest.left(cut));
+            rest = rest.mid(blank > 0 ? cut + 1 : cut);
+        }
+        lines.append(rest);
+    }
+    return lines;
+}
+
+QString iconName(const QString &icon)
+{
+    return printable(QFileInfo(icon.startsWith(QLatin1String("file:")) ? QUrl(icon).toLocalFile() : icon).fileName());
+}
+
+QString heading(const DesktopNotification &notification)
+{
+    QStringList parts = {printable(notification.appName),
+                         printable(notification.hints.value(protocol::subTextHint()).toString())};
+    const QVariant timestamp = notification.hints.value(protocol::timestampHint());
+    if (timestamp.isValid()) {
+        parts.append(QDateTime::fromMSecsSinceEpoch(timestamp.toLongLong()).toString(QStringLiteral("HH:mm")));
+    }
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(" · "));
+}
+
+QString progressBar(const QVariantMap &hints)
+{
+    const QVariant value = hints.value(QStringLiteral("value"));
+    if (!value.isValid()) {
+        const bool indeterminate = hints.value(protocol::progressHint()).userType() == QMetaType::Int;
+        return indeterminate ? QStringLiteral("[%1]").arg(QString(barWidth, QChar(0x2592))) : QString();
+    }
+    const int percent = std::clamp(value.toInt(), 0, 100);
+    const int full = percent * barWidth / 100;
+    return QStringLiteral("[%1%2] %3 %")
+        .arg(QString(full, QChar(0x2588)), QString(barWidth - full, QChar(0x2591)))
+        .arg(percent);
+}
+
+QStringList marks(const DesktopNotification &notification)
+{
+    const QVariantMap &hints = notification.hints;
+    QStringList marks;
+    const auto add = [&](bool applies, const QString &mark) {
+        if (applies) {
+            marks.append(mark);
+        }
+    };
+    const QString category = printable(hints.value(QStringLiteral("category")).toString());
+    const QVariant removable = hints.value(QStringLiteral("x-vorn-user-removable"));
+    const int count = hints.value(protocol::itemCountHint()).toInt();
+    add(!category.isEmpty(), category);
+    add(count > 0, QStringLiteral("%1 items").arg(count));
+    add(hints.value(QStringLiteral("transient")).toBool(), QStringLiteral("passing"));
+    add(hints.value(QStringLiteral("resident")).toBool(), QStringLiteral("stays"));
+    add(removable.isValid() && !removable.toBool(), QStringLiteral("can't be dismissed"));
+    add(hints.value(QStringLiteral("suppress-sound")).toBool(), QStringLiteral("silent"));
+    add(!notification.appIcon.isEmpty(), QStringLiteral("icon ") + iconName(notification.appIcon));
+    const QString picture = hints.value(QStringLiteral("image-path")).toString();
+    add(!picture.isEmpty(), QStringLiteral("picture ") + iconName(picture));
+    return marks;
+}
+
+QString buttons(const DesktopNotification &notification)
+{
+    QStringList buttons;
+    const QVariantList remote = notification.hints.value(protocol::remoteActionsHint()).toList();
+    for (int i = 0; i + 1 < notification.actions.size(); i += 2) {
+        if (notification.actions.at(i) == QLatin1String("default")) {
+            continue; // a tap on the notification itself
+        }
+        QString text = printable(notification.actions.at(i + 1));
+        const QVariantMap input = remote.value(i / 2).toMap().value(QStringLiteral("input")).toMap();
+        if (!input.isEmpty()) {
+            text += QChar(0x2026);
+            const QStringList choices = input.value(QStringLiteral("choices")).toStringList();
+            text += choices.isEmpty() ? QString() : QLatin1Char(' ') + printable(choices.join(QStringLiteral(" / ")));
+        }
+        buttons.append(QStringLiteral("[ %1 ]").arg(text));
+    }
+    return buttons.join(QLatin1Char(' '));
+}
+
+} // namespace
+
+QString printable(const QString &text)
+{
+    QString safe = text;
+    std::replace_if(safe.begin(), safe.end(), isHarmful, QChar(QChar::ReplacementCharacter));
+    return safe;
+}
+
+QString renderShown(const DesktopNotification &notification, bool replaced, const RenderOptions &options)
+{
+    const QVariant urgencyHint = notification.hints.value(QStringLiteral("urgency"));
+    const bool critical = urgencyHint.toInt() == 2;
+    const Style edgeStyle = critical ? Style::Red : replaced ? Style::Blue : Style::Green;
+    const QString edge = styled(QStringLiteral("┃ "), edgeStyle, options);
+    const int inner = std::max(options.width - 2, 20);
+
+    QStringList lines;
+    const auto add = [&](const QString &text, Style style) {
+        if (!text.isEmpty()) {
+            lines.append(edge + styled(text, style, options));
+        }
+    };
+    const QString mark = replaced ? QStringLiteral("↻ ") : QStringLiteral("● ");
+    add(mark + heading(notification) + (critical ? QStringLiteral("  !") : QString()), edgeStyle);
+    for (const QString &line : wrapped(notification.summary, inner)) {
+        add(line, Style::Bold);
+    }
+    for (const QString &line : wrapped(notification.body, inner)) {
+        add(line, Style::Plain);
+    }
+    add(progressBar(notification.hints), Style::Green);
+    add(buttons(notification), Style::Yellow);
+    add(marks(notification).join(QStringLiteral(" · ")), Style::Dim);
+    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+}
+
+QString renderClosed(uint id, const QString &summary, uint reason, const RenderOptions &options)
+{
+    static const char *const reasons[] = {"", "expired", "dismissed", "closed"};
+    const QString why = reason >= 1 && reason <= 3 ? QString::fromLatin1(reasons[reason]) : QStringLiteral("gone");
+    const QString what = summary.isEmpty() ? QStringLiteral("notification %1").arg(id) : printable(summary);
+    return styled(QStringLiteral("✕ %1: %2").arg(why, what), Style::Dim, options) + QLatin1Char('\n');
+}
