@@ -53,6 +53,13 @@ QJsonArray actions(const DesktopNotification &notification)
 
 } // namespace
 
+void Output::comment(const QString &text) const
+{
+    if (!m_json) {
+        print(text.isEmpty() ? "\n" : QStringLiteral("# %1\n").arg(printable(text)).toUtf8());
+    }
+}
+
 void Output::step(const QString &text) const
 {
     if (!m_json) {

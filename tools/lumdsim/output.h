@@ -19,6 +19,8 @@ public:
     {
     }
 
+    /// A comment of the script, or a blank line; printed at once, for people only.
+    void comment(const QString &text) const;
     /// What the script does; printed at once, for people only.
     void step(const QString &text) const;
     void shown(const DesktopNotification &notification, bool replaced);

@@ -41,6 +41,10 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output, QString client)
 
 QString Player::play(const Event &event)
 {
+    if (event.verb.isEmpty()) {
+        m_output->comment(event.comment);
+        return {};
+    }
     const QString key = event.text("key");
     const QString action = event.text("action");
     const QByteArray keyBytes = key.toUtf8();
