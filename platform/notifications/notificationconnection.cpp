@@ -79,6 +79,7 @@ void NotificationConnection::start(const QDBusConnection &connection)
     forgetIdentifiers();
     m_connection = connection;
     m_owner.clear();
+    m_capabilities = {};
     m_capabilitiesKnown = false;
     m_responsive = true;
     const bool isBus = connection.interface() != nullptr;
@@ -88,6 +89,8 @@ void NotificationConnection::start(const QDBusConnection &connection)
     m_server->setTimeout(std::numeric_limits<int>::max());
     connect(m_server.get(), &OrgFreedesktopNotificationsInterface::ActionInvoked, this,
             &NotificationConnection::onActionInvoked);
+    connect(m_server.get(), &OrgFreedesktopNotificationsInterface::NotificationReplied, this,
+            &NotificationConnection::onReplied);
     connect(m_server.get(), &OrgFreedesktopNotificationsInterface::NotificationClosed, this,
             &NotificationConnection::onClosed);
     m_extension = std::make_unique<ComVornNotificationsInterface>(service, protocol::objectPath(), connection);
@@ -124,7 +127,11 @@ void NotificationConnection::publish(Notification *notification)
         take(notification, call);
         return;
     }
-    takeLater(notification, call);
+    takeLater(call, [this, target = QPointer<Notification>(notification)](const QDBusPendingCall &answered) {
+        if (target) {
+            take(target, answered);
+        }
+    });
     stopWaitingForServer("Notify");
 }
 
@@ -143,14 +150,19 @@ void NotificationConnection::fetchCapabilities()
     }
     QDBusPendingReply<QStringList> reply = m_server->GetCapabilities();
     if (!waitFor(reply)) {
-        takeLater(nullptr, reply);
+        takeLater(reply, [this](const QDBusPendingCall &answered) { takeCapabilities(answered); });
         stopWaitingForServer("GetCapabilities");
         return;
     }
+    takeCapabilities(reply);
+}
+
+void NotificationConnection::takeCapabilities(const QDBusPendingCall &call)
+{
+    const QDBusPendingReply<QStringList> reply = call;
     if (!reply.isError()) {
         servedBy(reply.reply().service());
-        m_capabilities.bodyMarkup = reply.value().contains(QLatin1String("body-markup"));
-        m_capabilities.persistence = reply.value().contains(QLatin1String("persistence"));
+        m_capabilities = ServerCapabilities::named(reply.value());
         m_capabilitiesKnown = true;
     }
 }
@@ -179,20 +191,18 @@ bool NotificationConnection::waitFor(const QDBusPendingCall &call)
     return call.isFinished() || done->tryAcquire(1, patienceMs);
 }
 
-/// Takes the answer to `call` when it comes. `notification` may be null, or gone by then.
-void NotificationConnection::takeLater(Notification *notification, const QDBusPendingCall &call)
+/// Has the answer to `call` taken when it comes.
+void NotificationConnection::takeLater(const QDBusPendingCall &call,
+                                       const std::function<void(const QDBusPendingCall &)> &taken)
 {
     ++m_outstanding;
     auto *const watcher = new QDBusPendingCallWatcher(call, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, watcher, target = QPointer<Notification>(notification)] {
-                --m_outstanding;
-                m_responsive = true;
-                watcher->deleteLater();
-                if (target) {
-                    take(target, *watcher);
-                }
-            });
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, taken] {
+        --m_outstanding;
+        m_responsive = true;
+        watcher->deleteLater();
+        taken(*watcher);
+    });
 }
 
 void NotificationConnection::take(Notification *notification, const QDBusPendingCall &call)
@@ -261,6 +271,7 @@ void NotificationConnection::servedBy(const QString &owner)
         return;
     }
     m_owner = owner;
+    m_capabilities = {};
     m_capabilitiesKnown = false;
     m_responsive = true;
     QHash<uint, QPointer<Notification>> dropped;
@@ -293,13 +304,6 @@ NotificationConnection::Live NotificationConnection::forgetIdentifiers()
         notification->d->id = 0;
     }
     return live;
-}
-
-void NotificationConnection::onActionInvoked(uint id, const QString &action)
-{
-    if (Notification *const notification = m_live.value(id)) {
-        Q_EMIT notification->actionInvoked(action);
-    }
 }
 
 void NotificationConnection::onClosed(uint id, uint reason)

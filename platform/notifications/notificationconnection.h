@@ -9,6 +9,7 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCall>
 
+#include <functional>
 #include <memory>
 
 class ComVornNotificationsInterface;
@@ -47,11 +48,14 @@ private:
     void stopWaitingForServer(const char *what);
     void fetchCapabilities();
     bool waitFor(const QDBusPendingCall &call);
-    void takeLater(Notification *notification, const QDBusPendingCall &call);
+    void takeLater(const QDBusPendingCall &call, const std::function<void(const QDBusPendingCall &)> &taken);
+    void takeCapabilities(const QDBusPendingCall &call);
     void take(Notification *notification, const QDBusPendingCall &call);
     void servedBy(const QString &owner);
     Live forgetIdentifiers();
-    void onActionInvoked(uint id, const QString &action);
+    void onActionInvoked(uint id, const QString &key);
+    void onReplied(uint id, const QString &text);
+    void invoke(Notification *notification, const QVariantMap &action, const QString &answer) const;
     void onClosed(uint id, uint reason);
 
     QDBusConnection m_connection;
