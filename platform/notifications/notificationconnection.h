@@ -10,6 +10,7 @@
 #include <QtDBus/QDBusPendingCall>
 
 #include <functional>
+#include <limits>
 #include <memory>
 
 class ComVornNotificationsInterface;
@@ -41,6 +42,11 @@ public:
 
 private:
     using Live = QHash<uint, Notification *>;
+    /// What is to be done once the identifier is known.
+    struct Wish {
+        bool publishAgain = false;
+        bool close = false;
+    };
 
     NotificationConnection();
     void ensureConnected();
@@ -50,6 +56,7 @@ private:
     bool waitFor(const QDBusPendingCall &call);
     void takeLater(const QDBusPendingCall &call, const std::function<void(const QDBusPendingCall &)> &taken);
     void takeCapabilities(const QDBusPendingCall &call);
+    void takeLate(uint id, const QDBusPendingCall &call);
     void take(Notification *notification, const QDBusPendingCall &call);
     void servedBy(const QString &owner);
     Live forgetIdentifiers();
@@ -67,6 +74,11 @@ private:
     bool m_capabilitiesKnown = false;
     bool m_responsive = true; ///< whether waiting for the server makes sense
     int m_outstanding = 0;    ///< calls nobody waits for
+    int m_conversation = 0;   ///< counts the connections; answers of earlier ones do not matter
     Live m_live;              ///< who published each identifier last
+    /// New notifications whose identifier is late; they go under a stand-in until it comes, so that an update
+    /// does not show a second one, and a removal is not lost.
+    QHash<uint, Wish> m_awaited;
+    uint m_nextStandIn = std::numeric_limits<uint>::max();
     QThread m_waiter;
 };
