@@ -71,6 +71,7 @@ private:
     };
 
     void addPeer(const QDBusConnection &connection);
+    void leave(const QString &name);
     uint nextId();
     void armExpiry(uint id, Entry &entry);
     void close(uint id, CloseReason reason);
