@@ -5,6 +5,10 @@
 #include <QtCore/QUrl>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace
 {
@@ -90,7 +94,7 @@ QStringList marks(const DesktopNotification &notification)
     const QVariant removable = hints.value(QStringLiteral("x-vorn-user-removable"));
     const int count = hints.value(protocol::itemCountHint()).toInt();
     add(!category.isEmpty(), category);
-    add(count > 0, QStringLiteral("%1 items").arg(count));
+    add(count > 0, QStringLiteral("%1 item%2").arg(count).arg(QLatin1String(count == 1 ? "" : "s")));
     add(hints.value(QStringLiteral("transient")).toBool(), QStringLiteral("passing"));
     add(hints.value(QStringLiteral("resident")).toBool(), QStringLiteral("stays"));
     add(removable.isValid() && !removable.toBool(), QStringLiteral("can't be dismissed"));
@@ -122,6 +126,24 @@ QString buttons(const DesktopNotification &notification)
 }
 
 } // namespace
+
+RenderOptions terminalOptions()
+{
+    RenderOptions options;
+    winsize window = {};
+    options.colour = isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR");
+    options.width = ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
+    return options;
+}
+
+void print(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    const auto size = static_cast<size_t>(bytes.size());
+    if ((std::fwrite(bytes.constData(), 1, size, stdout) < size || std::fflush(stdout) != 0) && errno != EPIPE) {
+        std::perror("standard output");
+    }
+}
 
 QString printable(const QString &text)
 {

@@ -7,6 +7,10 @@ struct RenderOptions {
     int width = 72; ///< columns
 };
 
+/// What suits the standard output: its width, and colours on a terminal unless NO_COLOR is set.
+RenderOptions terminalOptions();
+/// Writes to the standard output at once; complains unless it is just that nobody reads any more.
+void print(const QString &text);
 /// A card for a terminal, some lines long, that shows what a screen would. Texts cannot drive the terminal.
 QString renderShown(const DesktopNotification &notification, bool replaced, const RenderOptions &options);
 /// One line about a notification that has left the screen.

@@ -4,16 +4,9 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
-#include <cstdio>
 
 namespace
 {
-
-void print(const QByteArray &text)
-{
-    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
-    std::fflush(stdout);
-}
 
 QJsonObject event(QLatin1String name, const QString &key)
 {
@@ -56,14 +49,14 @@ QJsonArray actions(const DesktopNotification &notification)
 void Output::comment(const QString &text) const
 {
     if (!m_json) {
-        print(text.isEmpty() ? "\n" : QStringLiteral("# %1\n").arg(printable(text)).toUtf8());
+        print(text.isEmpty() ? QStringLiteral("\n") : QStringLiteral("# %1\n").arg(printable(text)));
     }
 }
 
 void Output::step(const QString &text) const
 {
     if (!m_json) {
-        print(QStringLiteral("→ %1\n").arg(printable(text)).toUtf8());
+        print(QStringLiteral("→ %1\n").arg(printable(text)));
     }
 }
 
@@ -118,8 +111,8 @@ void Output::removed(const QString &key)
 
 void Output::report(Rank rank, const QString &human, const QJsonObject &json)
 {
-    const QByteArray text = m_json ? QJsonDocument(json).toJson(QJsonDocument::Compact) : human.toUtf8();
-    m_held.emplace_back(rank, text.endsWith('\n') ? text : text + '\n');
+    const QString text = m_json ? QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)) : human;
+    m_held.emplace_back(rank, text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
     ++m_reports;
     onReport();
 }

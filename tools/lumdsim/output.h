@@ -13,9 +13,8 @@
 class Output
 {
 public:
-    Output(bool json, const RenderOptions &options)
+    explicit Output(bool json)
         : m_json(json)
-        , m_options(options)
     {
     }
 
@@ -41,7 +40,7 @@ private:
     void report(Rank rank, const QString &human, const QJsonObject &json);
 
     bool m_json;
-    RenderOptions m_options;
+    RenderOptions m_options = terminalOptions();
     int m_reports = 0;
-    std::vector<std::pair<Rank, QByteArray>> m_held;
+    std::vector<std::pair<Rank, QString>> m_held;
 };
