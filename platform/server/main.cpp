@@ -34,16 +34,6 @@ void quitOnSignals(QCoreApplication &application)
     QObject::connect(notifier, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
 }
 
-void renderTo(const Server &server, const RenderOptions &options)
-{
-    QObject::connect(&server, &Server::Shown, &server,
-                     [options](const DesktopNotification &notification, bool replaced) {
-                         print(renderShown(notification, replaced, options));
-                     });
-    QObject::connect(&server, &Server::Closed, &server,
-                     [options](uint id, uint reason) { print(renderClosed(id, QString(), reason, options)); });
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
@@ -79,7 +69,11 @@ int main(int argc, char *argv[])
         fail(server.errorString(), Failure);
     }
     if (!parser.isSet(quiet)) {
-        renderTo(server, terminalOptions());
+        QObject::connect(&server, &Server::Shown, [](const DesktopNotification &notification, bool replaced) {
+            print(renderShown(notification, replaced));
+        });
+        QObject::connect(&server, &Server::Closed,
+                         [](uint id, uint reason) { print(renderClosed(id, QString(), reason)); });
     }
     print(parser.isSet(session) ? QStringLiteral("serving the session bus\n")
                                 : QStringLiteral("listening on %1\n").arg(server.address()));

@@ -46,17 +46,10 @@ QJsonArray actions(const DesktopNotification &notification)
 
 } // namespace
 
-void Output::comment(const QString &text) const
+void Output::say(const QString &line) const
 {
     if (!m_json) {
-        print(text.isEmpty() ? QStringLiteral("\n") : QStringLiteral("# %1\n").arg(printable(text)));
-    }
-}
-
-void Output::step(const QString &text) const
-{
-    if (!m_json) {
-        print(QStringLiteral("→ %1\n").arg(printable(text)));
+        print(printable(line) + QLatin1Char('\n'));
     }
 }
 
@@ -71,7 +64,7 @@ void Output::shown(const DesktopNotification &notification, bool replaced)
     json.insert(QStringLiteral("appIcon"), notification.appIcon);
     json.insert(QStringLiteral("actions"), actions(notification));
     json.insert(QStringLiteral("hints"), hints(notification));
-    report(Shown, renderShown(notification, replaced, m_options), json);
+    report(Shown, renderShown(notification, replaced), json);
 }
 
 void Output::action(const QString &key, const QString &title, const QString &identifier)
@@ -100,7 +93,7 @@ void Output::closed(const DesktopNotification &notification, uint reason)
     QJsonObject json = event(QLatin1String("closed"), key(notification));
     json.insert(QStringLiteral("id"), static_cast<qint64>(notification.id));
     json.insert(QStringLiteral("reason"), static_cast<qint64>(reason));
-    report(Closed, renderClosed(notification.id, notification.summary, reason, m_options), json);
+    report(Closed, renderClosed(notification.id, notification.summary, reason), json);
 }
 
 void Output::removed(const QString &key)
