@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Plays notifications to real desktop servers, on a bus and a display of their own, and is the user there.
 # usage: desktop.sh LUMDSIM [SERVER...]
+# shellcheck disable=SC2317 # most functions are called by name
 set -euo pipefail
 
 # Name; command; the class of its windows, "-" where it says itself what it shows; how far from a notification's
@@ -16,7 +17,7 @@ icon_color=#ff00ff
 bar_color=#00ff00
 
 dunst_quiet() {
-    printf '[global]\nprogress_bar = true\n[urgency_normal]\nhighlight = "%s"\ntimeout = 0\n' $bar_color >"$HOME/dunstrc"
+    printf '[global]\nprogress_bar = true\n[urgency_normal]\nhighlight = "%s"\ntimeout = 0\n' "$bar_color" >"$HOME/dunstrc"
     dunst -conf "$HOME/dunstrc"
 }
 
@@ -100,9 +101,9 @@ user() { # invokes|dismisses KEY
 shown() {
     add a "Ada Byron" 25
     eventually displays 1
-    eventually sees $icon_color
+    eventually sees "$icon_color"
     if [[ $class == - ]]; then
-        eventually sees $bar_color
+        eventually sees "$bar_color"
     else
         received 'string "Done · 25%"'
     fi
@@ -110,7 +111,7 @@ shown() {
 
 replaced() {
     local before after
-    before=$(pixels $bar_color)
+    before=$(pixels "$bar_color")
     add a "Ada Lovelace" 75
     eventually received "Ada Lovelace"
     answered_twice() { (($(notified | wc -l) == 2)); }
@@ -119,7 +120,7 @@ replaced() {
     [[ $after =~ ^0\ ([0-9]+).([0-9]+)\ ([0-9]+)$ && ${BASH_REMATCH[1]} == "${BASH_REMATCH[2]}" &&
         ${BASH_REMATCH[1]} == "${BASH_REMATCH[3]}" ]]
     eventually displays 1
-    [[ $class != - ]] || eventually sees $bar_color $((2 * before))
+    [[ $class != - ]] || eventually sees "$bar_color" $((2 * before))
 }
 
 invoked() {
