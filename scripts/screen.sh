@@ -1,7 +1,7 @@
 # A few notifications of the day in examples/, on the desktop of a session or on one made for the picture.
 # shellcheck shell=bash disable=SC2030,SC2031,SC2034
 
-screen_packages=(dbus-daemon dunst xvfb xdotool imagemagick fonts-noto-core fonts-noto-color-emoji adwaita-icon-theme)
+screen_packages=(dbus-daemon dbus-bin dunst xvfb xdotool imagemagick fonts-noto-core fonts-noto-color-emoji adwaita-icon-theme)
 
 desktop_there() {
     [[ -n ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]] && dbus-send --session --print-reply \
