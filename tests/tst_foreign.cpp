@@ -26,7 +26,7 @@ public:
         if (message.interface() == "com.velmo.lumd") {
             m_calls.append(message.member() + ' ' + QVariant(message.arguments()).toStringList().join(' '));
         } else if (message.member() == "Notify") {
-            notify = message.arguments();
+            m_notify = message.arguments();
             m_peer = connection.name();
             connection.send(message.createReply(7U));
         } else if (message.member() == "GetCapabilities") {
@@ -36,10 +36,16 @@ public:
         }
         return true;
     }
-    void signal(const QString &name, uint id, const QString &argument) const
+    void signal(const QString &name, uint id, const QString &argument)
     {
+        const QMutexLocker lock(&m_mutex);
         const auto message = QDBusMessage::createSignal(protocol::objectPath(), protocol::service(), name);
         QVERIFY(QDBusConnection(m_peer).send(QDBusMessage(message) << id << argument));
+    }
+    QVariantList notify()
+    {
+        const QMutexLocker lock(&m_mutex);
+        return m_notify;
     }
     QStringList calls()
     {
@@ -47,11 +53,10 @@ public:
         return m_calls;
     }
 
-    QVariantList notify; ///< its arguments, readable once it was answered
-
 private:
     QMutex m_mutex;
     const QStringList m_capabilities;
+    QVariantList m_notify;
     QStringList m_calls;
     QString m_peer;
     QDBusServer m_listener{"unix:tmpdir=/tmp"};
@@ -125,10 +130,11 @@ void ForeignTest::isServedWell()
             "progressMax":4,"actions":[{"title":"default"},
             {"title":"Reply","identifier":"1","freeInput":true,"inputLabel":"Message"},
             {"title":"Mood","identifier":"2","choices":["Good","Bad"]},{"title":"Mute","identifier":"3"}]})");
-        QCOMPARE(server->notify.value(4).toString(), expected("body"));
-        QCOMPARE(server->notify.value(5).toStringList().join(','),
+        const QVariantList notify = server->notify();
+        QCOMPARE(notify.value(4).toString(), expected("body"));
+        QCOMPARE(notify.value(5).toStringList().join(','),
                  QString("default,Open,%1,Reply,Mood|2#0,Good,Mood|2#1,Bad,Mute|3,Mute").arg(expected("reply")));
-        const QVariantMap hints = qdbus_cast<QVariantMap>(server->notify.value(6));
+        const auto hints = qdbus_cast<QVariantMap>(notify.value(6));
         QFETCH(const int, value);
         QCOMPARE(hints.value("value").toInt(), value);
         QCOMPARE(hints.value("category").toString(), QString("im.received"));
