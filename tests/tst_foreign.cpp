@@ -24,9 +24,9 @@ public:
     {
         const QMutexLocker lock(&m_mutex);
         if (message.interface() == "com.velmo.lumd") {
-            m_calls.append(message.member() + ' ' + QVariant(message.arguments()).toStringList().join(' '));
+            calls.append(message.member() + ' ' + QVariant(message.arguments()).toStringList().join(' '));
         } else if (message.member() == "Notify") {
-            m_notify = message.arguments();
+            notify = message.arguments();
             m_peer = connection.name();
             connection.send(message.createReply(7U));
         } else if (message.member() == "GetCapabilities") {
@@ -42,22 +42,18 @@ public:
         const auto message = QDBusMessage::createSignal(protocol::objectPath(), protocol::service(), name);
         QVERIFY(QDBusConnection(m_peer).send(QDBusMessage(message) << id << argument));
     }
-    QVariantList notify()
+    template <typename T> T locked(const T &member)
     {
         const QMutexLocker lock(&m_mutex);
-        return m_notify;
+        return member;
     }
-    QStringList calls()
-    {
-        const QMutexLocker lock(&m_mutex);
-        return m_calls;
-    }
+
+    QVariantList notify; ///< its arguments
+    QStringList calls;   ///< of the host's methods
 
 private:
     QMutex m_mutex;
     const QStringList m_capabilities;
-    QVariantList m_notify;
-    QStringList m_calls;
     QString m_peer;
     QDBusServer m_listener{"unix:tmpdir=/tmp"};
 };
@@ -130,7 +126,7 @@ void ForeignTest::isServedWell()
             "progressMax":4,"actions":[{"title":"default"},
             {"title":"Reply","identifier":"1","freeInput":true,"inputLabel":"Message"},
             {"title":"Mood","identifier":"2","choices":["Good","Bad"]},{"title":"Mute","identifier":"3"}]})");
-        const QVariantList notify = server->notify();
+        const QVariantList notify = server->locked(server->notify);
         QCOMPARE(notify.value(4).toString(), expected("body"));
         QCOMPARE(notify.value(5).toStringList().join(','),
                  QString("default,Open,%1,Reply,Mood|2#0,Good,Mood|2#1,Bad,Mute|3,Mute").arg(expected("reply")));
@@ -144,7 +140,7 @@ void ForeignTest::isServedWell()
         server->signal("ActionInvoked", 7, "never offered");
         server->signal(expected("signal"), 7, expected("argument"));
         QTRY_COMPARE(world.told, QStringList(expected("told")));
-        QTRY_COMPARE(server->calls(), QStringList(expected("call")));
+        QTRY_COMPARE(server->locked(server->calls), QStringList(expected("call")));
     }
     thread.quit();
     thread.wait();
