@@ -10,6 +10,7 @@
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QTextCodec>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
 
 #include <array>
 #include <csignal>
@@ -103,12 +104,23 @@ const lu_plugin_def *definition(void *library)
     return nullptr;
 }
 
-/// Serves what the notification server calls when the user invokes an action.
-bool serveHost(QObject *object, QDBusConnection client)
+/// Serves what is called when the user invokes an action. What is in the way of notifying anybody; empty when
+/// nothing is.
+QString obstacle(QDBusConnection client, QObject *object, Player *player)
 {
+    const QString host = QStringLiteral("com.velmo.lumd");
+    if (!client.isConnected()) {
+        return QStringLiteral("There is no connection to a notification server: ") + client.lastError().message();
+    }
     const bool onBus = !client.baseService().isEmpty();
-    return client.registerObject(QStringLiteral("/com/velmo/lumd"), object) &&
-           (!onBus || client.registerService(QStringLiteral("com.velmo.lumd")));
+    client.registerObject(QStringLiteral("/com/velmo/lumd"), object);
+    if (onBus && !client.registerService(host)) {
+        return QStringLiteral("Another host is on this session bus: the name %1 is taken.").arg(host);
+    }
+    if (!player->settle()) {
+        return QStringLiteral("No notification server answers: ") + client.lastError().message();
+    }
+    return {};
 }
 
 Status playLine(const QByteArray &line, const QDir &base, const QString &place, Player *player)
@@ -195,12 +207,8 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
     }
     QObject object;
     new HostObject(&object, &output);
-    int status = NoEnvironment;
-    if (serveHost(&object, QDBusConnection(client)) && player.settle()) {
-        status = playScript(script, &player);
-    } else {
-        complain(NoEnvironment, QStringLiteral("The plug-in does not reach its server."));
-    }
+    const QString fault = obstacle(QDBusConnection(client), &object, &player);
+    const int status = fault.isEmpty() ? playScript(script, &player) : complain(NoEnvironment, fault);
     plugin->unload(&context);
     player.settle();
     dlclose(library);
