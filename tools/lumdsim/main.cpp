@@ -15,6 +15,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <unistd.h>
@@ -84,6 +85,9 @@ QString startServer(QProcess *process)
     process->start(sibling.isExecutable() ? sibling.filePath() : name,
                    {QStringLiteral("--address"), QStringLiteral("unix:tmpdir=/tmp"), QStringLiteral("--quiet"),
                     QStringLiteral("--exit-with-parent")});
+    if (process->processId() < 0) { // the process object would kill number -1: all that the user has
+        std::_Exit(complain(NoEnvironment, QStringLiteral("The system is out of processes.")));
+    }
     while (!process->canReadLine() && process->waitForReadyRead(5000)) {
     }
     const QString line = QString::fromUtf8(process->readLine()).trimmed();
