@@ -22,4 +22,7 @@ if(KAVREL_WERROR)
 endif()
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
                         QT_NO_KEYWORDS QT_STRICT_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x050f00)
-add_link_options(LINKER:--no-undefined LINKER:--as-needed LINKER:-z,relro,-z,now)
+add_link_options(LINKER:--as-needed LINKER:-z,relro,-z,now)
+if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=") # of which clang puts the functions into executables only
+    add_link_options(LINKER:--no-undefined)
+endif()
