@@ -179,6 +179,7 @@ void alertQueue(int count)
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
+    std::setbuf(stdout, nullptr);
     Load().run(100000);
     alertQueue(10000);
     return failures == 0 ? 0 : 1;
