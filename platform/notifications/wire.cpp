@@ -113,7 +113,7 @@ qint64 wireSize(const QVariant &value)
 
 bool exceedsMessage(const DesktopNotification &wire)
 {
-    constexpr qint64 largestArray = 64 * 1024 * 1024; // the protocol's; a message holds twice as much
+    constexpr qint64 largestArray = 1LL << 26; // the protocol's; a message holds twice as much
     return wireSize(QVariantList{wire.appName, wire.appIcon, wire.summary, wire.body, wire.actions, wire.hints}) >
            largestArray;
 }
