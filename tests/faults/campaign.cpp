@@ -72,7 +72,7 @@ const Fault faults[] = {
                 Q_EMIT server.NotificationClosed(id, 2);
             } }); })},
     {"cache: removed", withoutIcon, cache("", "rm -r $C")},
-    {"cache: read-only", withoutIcon, cache("", "", [] { setfsuid(65534); })},
+    {"cache: read-only", withoutIcon, cache("", "chmod 755 $L/..", [] { setfsuid(65534); })},
     {"cache: disk full", withoutIcon, cache("", "", [] {
         std::signal(SIGXFSZ, SIG_IGN);
         const rlimit none = {0, RLIM_INFINITY};

@@ -140,16 +140,15 @@ void Load::run(int count)
     const qint64 late[2] = {residentKib(), residentKib(m_rig.serverId())}; // before we ask for a list of everything
     expectEqual("notifications: shown + replaced + dropped as unchanged", m_new + m_replaced + m_unchanged, count);
     expectEqual("  shown anew: live + closed", m_new, m_live.size() + m_closed);
-    expectEqual("  dropped as unchanged", count - m_new - m_replaced, m_unchanged);
     expectEqual("closed: dismissed + invoked + removed by the host", m_closed, m_dismissed + m_invoked + m_removed);
-    expectEqual("  of these removed by the host", m_closed - m_toldRemoved, m_removed);
     expectEqual("host told of removals: dismissed + invoked", m_toldRemoved, m_dismissed + m_invoked);
     expectEqual("host told of actions: invoked", m_toldAction, m_invoked);
     expectEqual("live on the server", m_rig.desktop().size(), m_live.size());
     expectEqual("icon files: those of the live", m_rig.world->cacheFiles().size(), m_live.size());
     expectFlat("memory of the host", early[0], late[0]);
     expectFlat("memory of the server", early[1], late[1]);
-    std::printf("%.0f s\n\n", seconds);
+    std::printf("%d new, %d replaced, %d unchanged; %d dismissed, %d invoked, %d removed; %.0f s\n\n", m_new,
+                m_replaced, m_unchanged, m_dismissed, m_invoked, m_removed, seconds);
 }
 
 void alertQueue(int count)
