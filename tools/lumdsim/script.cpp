@@ -41,10 +41,8 @@ const QHash<QString, Verb> &verbs()
 bool readEvent(const QByteArray &line, const QDir &iconBase, Event *event, QString *error)
 {
     const QByteArray content = line.trimmed();
-    if (content.startsWith('#')) {
-        event->comment = QString::fromUtf8(content.mid(1)).trimmed();
-    }
     if (content.isEmpty() || content.startsWith('#')) {
+        event->comment = QString::fromUtf8(content);
         return true;
     }
     QJsonParseError problem;
