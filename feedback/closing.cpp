@@ -1,5 +1,6 @@
 #include "bridge/notificationsimpl.h"
 #include "plugin/logging.h"
+#include "translation/iconcache.h"
 #include "translation/icons.h"
 
 #include <notification.h>
@@ -33,13 +34,13 @@ void NotificationsImpl::notificationClosed(uint reason)
         // The host knows already: it asked for the removal. The entry stays, as the earlier version of what
         // the host may yet add under this key.
         m_pendingCloseKeys.removeAll(key);
-        m_iconCacheDir.remove(iconFileName(key));
+        removeCachedIcon(m_iconCacheDir, iconFileName(key));
         return;
     }
     if (m_notifications.contains(key)) {
         m_notifications.remove(key);
-        m_iconCacheDir.remove(iconFileName(key));
-        m_iconCacheDir.remove(largeIconFileName(key));
+        removeCachedIcon(m_iconCacheDir, iconFileName(key));
+        removeCachedIcon(m_iconCacheDir, largeIconFileName(key));
         disconnect(notification, nullptr, this, nullptr);
         notification->deleteLater();
         lu_plugin_notifications_removed(m_handle, key.toUtf8().constData());
@@ -72,6 +73,6 @@ void NotificationsImpl::onCloseNotifTimerExpired(const QString &key)
         notification->deleteLater();
     }
     m_notifications.remove(key);
-    m_iconCacheDir.remove(iconFileName(key));
-    m_iconCacheDir.remove(largeIconFileName(key));
+    removeCachedIcon(m_iconCacheDir, iconFileName(key));
+    removeCachedIcon(m_iconCacheDir, largeIconFileName(key));
 }

@@ -2,9 +2,11 @@
 
 #include "plugin/logging.h"
 #include "translation/fields.h"
+#include "translation/iconcache.h"
 
 #include <notification.h>
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 
 namespace
@@ -30,12 +32,19 @@ enum class IconFile { Saved, NotOpened, NotCommitted };
 
 /// Writes straight from the host's buffer. The file appears whole or not at all; unbuffered, because committing
 /// does not notice a buffer that finds no room on the disk.
-IconFile saveIcon(const QString &path, const IconBytes &icon)
+IconFile saveIcon(const QDir &cache, const QString &path, const IconBytes &icon)
 {
+    if (!isTrustedIconCache(cache)) {
+        return IconFile::NotOpened;
+    }
+    if (QFileInfo(path).isSymLink()) {
+        QFile::remove(path); // the save would go where it leads
+    }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         return IconFile::NotOpened;
     }
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     file.write(reinterpret_cast<const char *>(icon.data), icon.length);
     return file.commit() ? IconFile::Saved : IconFile::NotCommitted;
 }
@@ -61,7 +70,7 @@ void setSmallIcon(lu_field *record, Notification *notification, const QDir &cach
     }
     const QString path = cache.filePath(iconFileName(key));
     qCDebug(plugin) << "Small icon path: " << path;
-    switch (saveIcon(path, icon)) {
+    switch (saveIcon(cache, path, icon)) {
     case IconFile::Saved:
         notification->setAppIcon(path);
         break;
@@ -82,7 +91,7 @@ void setLargeIcon(lu_field *record, Notification *notification, const QDir &cach
     }
     const QString path = cache.filePath(largeIconFileName(key));
     qCDebug(plugin) << "Large icon path: " << path;
-    switch (saveIcon(path, icon)) {
+    switch (saveIcon(cache, path, icon)) {
     case IconFile::Saved:
         notification->setIcon(path);
         break;

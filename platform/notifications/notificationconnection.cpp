@@ -122,6 +122,10 @@ void NotificationConnection::publish(Notification *notification)
         return;
     }
     const DesktopNotification wire = toWire(*notification->d, m_capabilities);
+    if (exceedsMessage(wire)) {
+        qCWarning(vorn) << "Gave up a notification: it is larger than a D-Bus message can be";
+        return;
+    }
     const QDBusPendingCall call = m_server->Notify(wire.appName, wire.id, wire.appIcon, wire.summary, wire.body,
                                                    wire.actions, wire.hints, wire.expireTimeout);
     if (m_responsive && waitFor(call)) {

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <numeric>
 
 Q_DECLARE_LOGGING_CATEGORY(vorn)
 
@@ -85,7 +86,29 @@ QVariantMap wireHints(const NotificationPrivate &notification)
     return hints;
 }
 
+/// An upper bound of the bytes that a value takes on the wire.
+qint64 wireSize(const QVariant &value)
+{
+    constexpr qint64 overhead = 64; // lengths, signature, padding
+    qint64 size = overhead + 3LL * (value.userType() == QMetaType::QString ? value.toString().size() : 0);
+    const bool isMap = value.userType() == QMetaType::QVariantMap;
+    const QVariantMap map = isMap ? value.toMap() : QVariantMap();
+    for (auto member = map.cbegin(); member != map.cend(); ++member) {
+        size += wireSize(member.key()) + wireSize(member.value());
+    }
+    const QVariantList list = isMap ? QVariantList() : value.toList();
+    return std::accumulate(list.cbegin(), list.cend(), size,
+                           [](qint64 sum, const QVariant &element) { return sum + wireSize(element); });
+}
+
 } // namespace
+
+bool exceedsMessage(const DesktopNotification &wire)
+{
+    constexpr qint64 largestArray = 1LL << 26; // the protocol's; a message holds twice as much
+    return wireSize(QVariantList{wire.appName, wire.appIcon, wire.summary, wire.body, wire.actions, wire.hints}) >
+           largestArray;
+}
 
 ServerCapabilities ServerCapabilities::named(const QStringList &names)
 {

@@ -19,6 +19,8 @@ struct ServerCapabilities {
 
 /// `notification` as the arguments of `Notify`.
 DesktopNotification toWire(const NotificationPrivate &notification, const ServerCapabilities &server);
+/// Whether it might not fit into a D-Bus message, which would cost the whole connection.
+bool exceedsMessage(const DesktopNotification &wire);
 /// The reverse, for what a server holds.
 NotificationPrivate fromWire(const DesktopNotification &wire);
 

@@ -1,0 +1,69 @@
+#include "translation/iconcache.h"
+
+#include <QtCore/QFileInfo>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+QByteArray native(const QString &path) { return QFile::encodeName(path); }
+
+QString parentOf(const QDir &cache) { return QFileInfo(cache.path()).path(); }
+
+bool isTrusted(const QString &path)
+{
+    struct stat info = {};
+    return ::lstat(native(path).constData(), &info) == 0 && S_ISDIR(info.st_mode) &&
+           (info.st_uid == ::geteuid() || info.st_uid == 0);
+}
+
+/// Takes rights from a directory of ours, so that nobody can exchange what is in it while we work there.
+void withdraw(const QString &path, mode_t rights)
+{
+    struct stat info = {};
+    if (::lstat(native(path).constData(), &info) == 0 && (info.st_mode & rights) != 0) {
+        ::chmod(native(path).constData(), info.st_mode & 07777 & ~rights);
+    }
+}
+
+} // namespace
+
+bool isTrustedIconCache(const QDir &cache) { return isTrusted(parentOf(cache)) && isTrusted(cache.path()); }
+
+bool removeIconCache(QDir &cache)
+{
+    const QFileInfo entry(cache.path());
+    if (!entry.exists() && !entry.isSymLink()) {
+        return true;
+    }
+    if (!isTrusted(parentOf(cache))) {
+        return false;
+    }
+    withdraw(parentOf(cache), S_IWOTH);
+    if (entry.isSymLink()) {
+        return QFile::remove(cache.path());
+    }
+    if (!isTrusted(cache.path())) {
+        return !cache.exists();
+    }
+    withdraw(cache.path(), S_IRWXG | S_IRWXO);
+    return cache.removeRecursively();
+}
+
+bool createIconCache(const QDir &cache)
+{
+    const QString parent = parentOf(cache);
+    QDir().mkpath(QFileInfo(parent).path());
+    // Named after the host, which may keep there what others have to reach: they may pass, not look around.
+    ::mkdir(native(parent).constData(), S_IRWXU | S_IXGRP | S_IXOTH);
+    return isTrusted(parent) && ::mkdir(native(cache.path()).constData(), S_IRWXU) == 0;
+}
+
+void removeCachedIcon(QDir &cache, const QString &name)
+{
+    if (isTrustedIconCache(cache)) {
+        cache.remove(name);
+    }
+}
