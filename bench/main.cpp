@@ -1,0 +1,120 @@
+#include "worker.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <unistd.h>
+
+namespace
+{
+
+std::string program(const char *name) { return std::string(KAVREL_PROGRAMS "/") + name; }
+
+double median(std::vector<double> values)
+{
+    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
+    return values[values.size() / 2];
+}
+
+/// What one side does.
+struct Work {
+    Worker &side;
+    const char *operation;
+    int count; ///< in one batch
+    double batch() const { return side.run(operation, count); }
+};
+
+/// Two that are measured in turn, a short batch each, and the ratio that the first must keep within.
+void compare(const char *name, double limit, int rounds, const Work &ours, const Work &other)
+{
+    const auto measure = [=](benchmark::State &state) {
+        std::vector<double> first;
+        std::vector<double> second;
+        std::vector<double> ratios;
+        ours.batch();
+        other.batch();
+        for (auto iteration : state) {
+            (void)iteration;
+            first.push_back(ours.batch());
+            second.push_back(other.batch());
+            ratios.push_back(first.back() / second.back());
+            state.SetIterationTime(first.back() + second.back());
+        }
+        state.counters["ours"] = median(first) * 1e6;
+        state.counters["other"] = median(second) * 1e6;
+        state.counters["ratio"] = median(ratios);
+        state.counters["limit"] = limit;
+    };
+    benchmark::RegisterBenchmark(name, measure)->UseManualTime()->Iterations(rounds)->Repetitions(9);
+}
+
+/// Prints the medians over all repetitions.
+class Table : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context &) override
+    {
+        std::printf("%-66s %10s %10s %7s %6s\n", "", "us", "against us", "ratio", "limit");
+        return true;
+    }
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs) {
+            if (run.aggregate_name == "median") {
+                const auto value = [&run](const char *counter) { return run.counters.at(counter).value; };
+                const bool met = value("ratio") <= value("limit");
+                std::printf("%-66s %10.1f %10.1f %7.2f %6.2f %s\n", run.run_name.function_name.c_str(), value("ours"),
+                            value("other"), value("ratio"), value("limit"), met ? "met" : "NOT MET");
+                std::fflush(stdout);
+            }
+        }
+    }
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const std::string side = program("kavrel-bench-side");
+    Worker plugin({side, "100"});
+    Worker crowded({side, "10000"});
+    Worker bare({side, "bare"});
+    Worker loading({side, "loading"});
+
+    compare("new notification / filled and published by hand", 1.10, 25, {plugin, "new", 20}, {plugin, "direct", 20});
+    compare("new notification / bare Notify", 1.25, 25, {plugin, "new", 20}, {bare, "new", 20});
+    compare("unchanged repetition / bare Notify", 0.10, 25, {plugin, "repeat", 20}, {bare, "new", 20});
+    compare("new with two icons / bare Notify and two QSaveFile", 1.15, 25, {plugin, "icons", 20}, {bare, "icons", 20});
+    compare("dismissal reported / bare signal", 1.25, 25, {plugin, "dismiss", 20}, {bare, "dismiss", 20});
+    compare("invocation reported / bare signal", 1.25, 25, {plugin, "invoke", 20}, {bare, "invoke", 20});
+    compare("removal carried out / bare CloseNotification", 1.25, 3, {plugin, "remove", 100}, {bare, "remove", 100});
+    compare("new notification, 10,000 live / 100 live", 1.3, 25, {crowded, "new", 20}, {plugin, "new", 20});
+    compare("unchanged repetition, 10,000 / 100", 1.3, 25, {crowded, "repeat", 100}, {plugin, "repeat", 100});
+    compare("new with two icons, 10,000 / 100", 1.3, 25, {crowded, "icons", 20}, {plugin, "icons", 20});
+    compare("dismissal reported, 10,000 / 100", 1.3, 25, {crowded, "dismiss", 20}, {plugin, "dismiss", 20});
+    compare("invocation reported, 10,000 / 100", 1.3, 25, {crowded, "invoke", 20}, {plugin, "invoke", 20});
+    compare("removal carried out, 10,000 / 100", 1.3, 3, {crowded, "remove", 100}, {plugin, "remove", 100});
+    compare("load and unload / connect and disconnect", 1.5, 25, {loading, "load", 5}, {loading, "connect", 5});
+
+    // The session bus is the private one that this program was started on.
+    const std::string libnotify = program("kavrel-bench-libnotify");
+    std::unique_ptr<Worker> server;
+    std::unique_ptr<Worker> bus;
+    std::unique_ptr<Worker> other;
+    if (access(libnotify.c_str(), X_OK) == 0) {
+        server.reset(new Worker({program("kavrel-notification-server"), "--session", "--quiet", "--exit-with-parent"}));
+        bus.reset(new Worker({side, "bus"}));
+        other.reset(new Worker({libnotify}));
+        compare("shown on a bus / shown with libnotify", 1.0, 25, {*bus, "new", 20}, {*other, "new", 20});
+    }
+
+    benchmark::Initialize(&argc, argv);
+    Table table;
+    benchmark::RunSpecifiedBenchmarks(&table);
+    const double memory = crowded.run("memory", 1) / 1024;
+    std::printf("%-66s %10.2f KiB %21.2f %s\n", "memory for one live notification", memory, 6.0,
+                memory <= 6 ? "met" : "NOT MET");
+    return 0;
+}
