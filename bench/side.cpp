@@ -5,6 +5,12 @@
 #include <dlfcn.h>
 #include <iostream>
 
+Side::~Side()
+{
+    m_server.closeWriteChannel();
+    m_server.waitForFinished();
+}
+
 void Side::startServer()
 {
     m_address = QStringLiteral("unix:path=%1/bus").arg(m_directory.path());

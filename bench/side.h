@@ -31,6 +31,8 @@ class Side : public QObject
     Q_OBJECT
 
 public:
+    ~Side() override;
+
     /// Each runs `count` times in a row, tells the seconds that one took, and leaves the server as it was.
     std::map<std::string, std::function<double(int count)>> operations;
 

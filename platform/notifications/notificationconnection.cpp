@@ -217,7 +217,8 @@ void NotificationConnection::close(uint id)
 {
     ensureConnected();
     if (id != 0 && m_connection.isConnected()) {
-        m_server->CloseNotification(id);
+        // Told not to answer: nobody would look at it.
+        m_server->call(QDBus::NoBlock, QStringLiteral("CloseNotification"), id);
     }
 }
 
