@@ -6,8 +6,8 @@
 #include "notificationsinterface.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QSemaphore>
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusServiceWatcher>
 
@@ -48,15 +48,9 @@ NotificationConnection::NotificationConnection()
     : m_connection(QString())
 {
     registerDesktopNotificationTypes();
-    m_waiter.setObjectName(QStringLiteral("notifications"));
 }
 
-NotificationConnection::~NotificationConnection()
-{
-    forgetIdentifiers();
-    m_waiter.quit();
-    m_waiter.wait();
-}
+NotificationConnection::~NotificationConnection() { forgetIdentifiers(); }
 
 bool NotificationConnection::use(const QDBusConnection &connection)
 {
@@ -155,28 +149,17 @@ void NotificationConnection::fetchCapabilities()
     }
 }
 
-/// Waits without an event loop of its own, so nothing else happens on this thread meanwhile. The watcher on the
-/// other thread is what makes the wait bounded while the call itself is not.
+/// Waits without an event loop of its own, so nothing else happens on this thread meanwhile. The wait is bounded
+/// while the call itself is not.
 bool NotificationConnection::waitFor(const QDBusPendingCall &call)
 {
-    if (call.isFinished()) {
-        return true;
+    QDBusPendingCallWatcher watcher(call);
+    watcher.moveToThread(m_bell.thread());
+    const QDeadlineTimer deadline(patienceMs);
+    while (!call.isFinished() && !deadline.hasExpired()) {
+        m_bell.wait(deadline.remainingTime());
     }
-    if (!m_waiter.isRunning()) {
-        m_waiter.start();
-    }
-    const auto done = std::make_shared<QSemaphore>();
-    auto *const watcher = new QDBusPendingCallWatcher(call);
-    connect(
-        watcher, &QDBusPendingCallWatcher::finished, watcher,
-        [done, watcher] {
-            done->release();
-            watcher->deleteLater();
-        },
-        Qt::DirectConnection);
-    watcher->moveToThread(&m_waiter);
-    // A reply that came before the watcher existed is announced to this thread, which is not listening.
-    return call.isFinished() || done->tryAcquire(1, patienceMs);
+    return call.isFinished();
 }
 
 /// Takes the answer to `call` when it comes. `notification` may be null, or gone by then.

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "doorbell.h"
 #include "wire.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <QtCore/QThread>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCall>
 
@@ -64,5 +64,5 @@ private:
     bool m_responsive = true; ///< whether waiting for the server makes sense
     int m_outstanding = 0;    ///< calls nobody waits for
     Live m_live;              ///< who published each identifier last
-    QThread m_waiter;
+    Doorbell m_bell;
 };
