@@ -15,16 +15,10 @@ QString connectionName() { return QStringLiteral("bare"); }
 
 class BareSide : public Side
 {
-    Q_OBJECT
-
 public:
     BareSide();
 
-private Q_SLOTS:
-    void onSignal() { ++m_events; }
-
 private:
-    void listen(const char *signal);
     void learnContent();
     std::vector<uint> notifySome(int count);
     void closeAll(const std::vector<uint> &ids);
@@ -50,12 +44,6 @@ BareSide::BareSide()
     operations["dismiss"] = [this](int count) { return dismiss(count); };
     operations["invoke"] = [this](int count) { return invoke(count); };
     operations["remove"] = [this](int count) { return close(count); };
-}
-
-void BareSide::listen(const char *signal)
-{
-    connection().connect(QString(), protocol::objectPath(), protocol::service(), QLatin1String(signal), this,
-                         SLOT(onSignal()));
 }
 
 /// Publishes through the client library once, on a connection of its own, to see what it sends.
@@ -140,7 +128,7 @@ public:
     LoadingSide();
 
 private:
-    double connectAndDisconnect(int count, bool call);
+    double connectAndDisconnect(int count, bool converse);
 };
 
 LoadingSide::LoadingSide()
@@ -158,16 +146,20 @@ LoadingSide::LoadingSide()
         });
     };
     operations["connect"] = [this](int count) { return connectAndDisconnect(count, false); };
-    operations["connect+call"] = [this](int count) { return connectAndDisconnect(count, true); };
+    operations["converse"] = [this](int count) { return connectAndDisconnect(count, true); };
 }
 
-/// A connection is made without waiting for the other end; a call shows that it stands.
-double LoadingSide::connectAndDisconnect(int count, bool call)
+/// A connection is made without waiting for the other end. To `converse` is what loading and unloading cannot do
+/// without: both signals, and the question what is shown, once at each end.
+double LoadingSide::connectAndDisconnect(int count, bool converse)
 {
     return timed(count, [&](int) {
         use(QDBusConnection::connectToPeer(address(), connectionName()));
-        if (call) {
-            connection().call(request("GetCapabilities"));
+        if (converse) {
+            listen("NotificationClosed");
+            listen("ActionInvoked");
+            connection().call(extension("GetNotifications", {QStringLiteral("kavrel-bench-side")}));
+            connection().call(extension("GetNotifications", {QStringLiteral("kavrel-bench-side")}));
         }
         QDBusConnection::disconnectFromPeer(connectionName());
     });
@@ -177,5 +169,3 @@ double LoadingSide::connectAndDisconnect(int count, bool call)
 
 std::unique_ptr<Side> makeBareSide() { return std::make_unique<BareSide>(); }
 std::unique_ptr<Side> makeLoadingSide() { return std::make_unique<LoadingSide>(); }
-
-#include "bareside.moc"

@@ -30,22 +30,18 @@ void Side::use(const QDBusConnection &connection)
     }
 }
 
-QDBusMessage Side::request(const char *method, const QVariantList &arguments) const
+QDBusMessage Side::message(const QString &interface, const char *method, const QVariantList &arguments) const
 {
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(m_address.isEmpty() ? protocol::service() : QString(), protocol::objectPath(),
-                                       protocol::service(), QLatin1String(method));
+    QDBusMessage message = QDBusMessage::createMethodCall(m_address.isEmpty() ? protocol::service() : QString(),
+                                                          protocol::objectPath(), interface, QLatin1String(method));
     message.setArguments(arguments);
     return message;
 }
 
-QDBusMessage Side::control(const char *method, const QVariantList &arguments) const
+void Side::listen(const char *signal)
 {
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(m_address.isEmpty() ? protocol::service() : QString(), protocol::objectPath(),
-                                       QStringLiteral("com.vorn.Notifications.Control"), QLatin1String(method));
-    message.setArguments(arguments);
-    return message;
+    m_connection.connect(QString(), protocol::objectPath(), protocol::service(), QLatin1String(signal), this,
+                         SLOT(onSignal()));
 }
 
 uint Side::notify(const DesktopNotification &notification) const

@@ -36,6 +36,9 @@ public:
     /// Each runs `count` times in a row, tells the seconds that one took, and leaves the server as it was.
     std::map<std::string, std::function<double(int count)>> operations;
 
+protected Q_SLOTS:
+    void onSignal() { ++m_events; }
+
 protected:
     /// Starts a server of its own.
     void startServer();
@@ -43,10 +46,23 @@ protected:
     QString address() const { return m_address; }
     void use(const QDBusConnection &connection);
 
-    QDBusMessage request(const char *method, const QVariantList &arguments = {}) const;
+    QDBusMessage request(const char *method, const QVariantList &arguments = {}) const
+    {
+        return message(protocol::service(), method, arguments);
+    }
+    /// What is beyond the freedesktop protocol.
+    QDBusMessage extension(const char *method, const QVariantList &arguments) const
+    {
+        return message(QStringLiteral("com.vorn.Notifications"), method, arguments);
+    }
     /// What the user does.
-    QDBusMessage control(const char *method, const QVariantList &arguments = {}) const;
+    QDBusMessage control(const char *method, const QVariantList &arguments = {}) const
+    {
+        return message(QStringLiteral("com.vorn.Notifications.Control"), method, arguments);
+    }
     QDBusConnection connection() const { return m_connection; }
+    /// Counts a signal of the server.
+    void listen(const char *signal);
     uint notify(const DesktopNotification &notification) const;
     /// The identifier before the one that the next new notification gets.
     uint lastId() const;
@@ -61,6 +77,8 @@ protected:
     QTemporaryDir m_directory;
 
 private:
+    QDBusMessage message(const QString &interface, const char *method, const QVariantList &arguments) const;
+
     QProcess m_server;
     QString m_address;
     QDBusConnection m_connection{QString()};
