@@ -63,6 +63,7 @@ void BareSide::learnContent()
 std::vector<uint> BareSide::notifySome(int count)
 {
     std::vector<uint> ids;
+    ids.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
         ids.push_back(notify(m_content));
     }
@@ -81,7 +82,7 @@ double BareSide::publish(int count, bool icons)
 {
     const QByteArray icon(10 * 1024, 'i');
     std::vector<uint> ids;
-    lastId(); // as the plug-in's side
+    nextId(); // as the plug-in's side
     const double seconds = timed(count, [&](int i) {
         for (const char *const name : {"%1/%2.png", "%1/%2_large.png"}) {
             QSaveFile file(QString::fromLatin1(name).arg(m_directory.path()).arg(i));

@@ -45,7 +45,7 @@ lumd::Record notification(const std::string &key, Kind kind)
     actions.push_back(action("Archive", "archive"));
     lumd::setRecords(fields, id::actions, std::move(actions));
     if (kind == Kind::WithIcons) {
-        const std::vector<char> icon(10 * 1024, 'i');
+        const std::string icon(10240, 'i');
         lumd::setBytes(fields, id::smallIcon, icon.data(), icon.size());
         lumd::setBytes(fields, id::largeIcon, icon.data(), icon.size());
     }

@@ -1,15 +1,55 @@
-#include "worker.h"
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
+#include <QtCore/QProcess>
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <memory>
-#include <unistd.h>
 
 namespace
 {
 
-std::string program(const char *name) { return std::string(KAVREL_PROGRAMS "/") + name; }
+/// A child process that answers each line "OPERATION COUNT" with one number.
+class Worker
+{
+public:
+    explicit Worker(const char *program, const QStringList &arguments = {})
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(path(program), arguments);
+        readLine(); // says that it is ready
+    }
+    ~Worker()
+    {
+        m_process.closeWriteChannel();
+        m_process.waitForFinished();
+    }
+    Worker(const Worker &) = delete;
+    Worker &operator=(const Worker &) = delete;
+
+    static QString path(const char *program) { return QStringLiteral(KAVREL_PROGRAMS "/") + QLatin1String(program); }
+
+    /// Seconds for one of `count` operations.
+    double run(const char *operation, int count)
+    {
+        m_process.write(QByteArray(operation) + ' ' + QByteArray::number(count) + '\n');
+        return readLine().toDouble();
+    }
+
+private:
+    QByteArray readLine()
+    {
+        while (!m_process.canReadLine()) {
+            if (!m_process.waitForReadyRead(60000)) {
+                qFatal("%s does not answer", qPrintable(m_process.program()));
+            }
+        }
+        return m_process.readLine();
+    }
+
+    QProcess m_process;
+};
 
 /// What one side does.
 struct Work {
@@ -67,11 +107,12 @@ public:
 
 int main(int argc, char *argv[])
 {
-    const std::string side = program("kavrel-bench-side");
-    Worker plugin({side, "100"});
-    Worker crowded({side, "10000"});
-    Worker bare({side, "bare"});
-    Worker loading({side, "loading"});
+    const QCoreApplication application(argc, argv);
+    constexpr const char *side = "kavrel-bench-side";
+    Worker plugin(side, {QStringLiteral("100")});
+    Worker crowded(side, {QStringLiteral("10000")});
+    Worker bare(side, {QStringLiteral("bare")});
+    Worker loading(side, {QStringLiteral("loading")});
 
     compare("new notification / filled and published by hand", 1.10, 20, {plugin, "new", 10}, {plugin, "direct", 10});
     compare("new notification / bare Notify", 1.25, 20, {plugin, "new", 10}, {bare, "new", 10});
@@ -90,14 +131,16 @@ int main(int argc, char *argv[])
     compare("load and unload / the same conversation bare", 1.50, 20, {loading, "load", 5}, {loading, "converse", 5});
 
     // The session bus is the private one that this program was started on.
-    const std::string libnotify = program("kavrel-bench-libnotify");
+    constexpr const char *libnotify = "kavrel-bench-libnotify";
     std::unique_ptr<Worker> server;
     std::unique_ptr<Worker> bus;
     std::unique_ptr<Worker> other;
-    if (access(libnotify.c_str(), X_OK) == 0) {
-        server.reset(new Worker({program("kavrel-notification-server"), "--session", "--quiet", "--exit-with-parent"}));
-        bus.reset(new Worker({side, "bus"}));
-        other.reset(new Worker({libnotify}));
+    if (QFileInfo::exists(Worker::path(libnotify))) {
+        server = std::make_unique<Worker>(
+            "kavrel-notification-server",
+            QStringList{QStringLiteral("--session"), QStringLiteral("--quiet"), QStringLiteral("--exit-with-parent")});
+        bus = std::make_unique<Worker>(side, QStringList{QStringLiteral("bus")});
+        other = std::make_unique<Worker>(libnotify);
         compare("shown on a bus / shown with libnotify", 1.00, 20, {*bus, "new", 10}, {*other, "new", 10});
     }
 

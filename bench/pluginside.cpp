@@ -30,10 +30,12 @@ public:
 
 private:
     double publish(int count, Kind kind);
+    double repeat(int count);
     double publishByHand(int count);
     double dismiss(int count);
     double invoke(int count);
     double remove(int count);
+    double dismissAll(uint first, int count);
     std::string nextKey() { return "0|com.example.mail|" + std::to_string(++m_lastKey) + "|null|10083"; }
     std::vector<std::string> addSome(int count, Kind kind);
     void checkContent();
@@ -63,14 +65,7 @@ PluginSide::PluginSide(int live, bool onSessionBus)
     operations["new"] = [this](int count) { return publish(count, Kind::Plain); };
     operations["icons"] = [this](int count) { return publish(count, Kind::WithIcons); };
     operations["direct"] = [this](int count) { return publishByHand(count); };
-    operations["repeat"] = [this](int count) {
-        const lumd::Record record = notification(nextKey(), Kind::Plain);
-        const uint last = lastId();
-        m_host.add(record.get());
-        const double seconds = timed(count, [&](int) { m_host.add(record.get()); });
-        causeEvents(1, [&](int) { return control("Dismiss", {last + 1}); });
-        return seconds;
-    };
+    operations["repeat"] = [this](int count) { return repeat(count); };
     operations["dismiss"] = [this](int count) { return dismiss(count); };
     operations["invoke"] = [this](int count) { return invoke(count); };
     operations["remove"] = [this](int count) { return remove(count); };
@@ -83,8 +78,7 @@ void PluginSide::checkContent()
     const std::string key = nextKey();
     m_host.add(notification(key, Kind::Plain).get());
     const std::unique_ptr<Notification> object = published(QString::fromStdString(key));
-    DesktopNotificationList shown =
-        qdbus_cast<DesktopNotificationList>(connection().call(control("List")).arguments().value(0));
+    auto shown = qdbus_cast<DesktopNotificationList>(connection().call(control("List")).arguments().value(0));
     const DesktopNotification byHand = shown.takeLast();
     const DesktopNotification byPlugin = shown.takeLast();
     if (byHand.summary != byPlugin.summary || byHand.body != byPlugin.body || byHand.actions != byPlugin.actions ||
@@ -92,7 +86,7 @@ void PluginSide::checkContent()
         qFatal("The notifications that are compared differ");
     }
     object->close();
-    causeEvents(1, [&](int) { return control("Dismiss", {byPlugin.id}); });
+    dismissAll(byPlugin.id, 1);
 }
 
 /// Adds `live` notifications that stay, with two icon files each.
@@ -113,34 +107,45 @@ void PluginSide::fill(int live)
 
 std::vector<std::string> PluginSide::addSome(int count, Kind kind)
 {
-    std::vector<std::string> keys;
-    for (int i = 0; i < count; ++i) {
-        keys.push_back(nextKey());
-        m_host.add(notification(keys.back(), kind).get());
+    std::vector<std::string> keys(static_cast<size_t>(count));
+    for (std::string &key : keys) {
+        key = nextKey();
+        m_host.add(notification(key, kind).get());
     }
     return keys;
 }
 
+double PluginSide::dismissAll(uint first, int count)
+{
+    return causeEvents(count, [&](int i) { return control("Dismiss", {first + static_cast<uint>(i)}); });
+}
+
 double PluginSide::publish(int count, Kind kind)
 {
-    std::vector<lumd::Record> records;
-    for (int i = 0; i < count; ++i) {
-        records.push_back(notification(nextKey(), kind));
-    }
-    const uint last = lastId();
+    std::vector<lumd::Record> records(static_cast<size_t>(count));
+    std::generate(records.begin(), records.end(), [&] { return notification(nextKey(), kind); });
+    const uint first = nextId();
     const double seconds = timed(count, [&](int i) { m_host.add(records[static_cast<size_t>(i)].get()); });
-    causeEvents(count, [&](int i) { return control("Dismiss", {last + 1 + static_cast<uint>(i)}); });
+    dismissAll(first, count);
+    return seconds;
+}
+
+double PluginSide::repeat(int count)
+{
+    const lumd::Record record = notification(nextKey(), Kind::Plain);
+    const uint id = nextId();
+    m_host.add(record.get());
+    const double seconds = timed(count, [&](int) { m_host.add(record.get()); });
+    dismissAll(id, 1);
     return seconds;
 }
 
 double PluginSide::publishByHand(int count)
 {
-    std::vector<QString> keys;
-    for (int i = 0; i < count; ++i) {
-        keys.push_back(QString::fromStdString(nextKey()));
-    }
+    std::vector<QString> keys(static_cast<size_t>(count));
+    std::generate(keys.begin(), keys.end(), [this] { return QString::fromStdString(nextKey()); });
     std::vector<std::unique_ptr<Notification>> objects;
-    lastId(); // as the other operations
+    nextId(); // as the other operations
     const double seconds = timed(count, [&](int i) { objects.push_back(published(keys[static_cast<size_t>(i)])); });
     for (const std::unique_ptr<Notification> &object : objects) {
         object->close();
@@ -151,25 +156,23 @@ double PluginSide::publishByHand(int count)
 
 double PluginSide::dismiss(int count)
 {
-    const uint last = lastId();
+    const uint first = nextId();
     addSome(count, Kind::Plain);
-    return causeEvents(count, [&](int i) { return control("Dismiss", {last + 1 + static_cast<uint>(i)}); });
+    return dismissAll(first, count);
 }
 
 double PluginSide::invoke(int count)
 {
-    const uint last = lastId();
+    const uint id = nextId();
     addSome(1, Kind::Resident);
-    const double seconds = causeEvents(count, [&](int) {
-        return control("Invoke", {last + 1, QStringLiteral("default")});
-    });
-    causeEvents(1, [&](int) { return control("Dismiss", {last + 1}); });
+    const double seconds = causeEvents(count, [&](int) { return control("Invoke", {id, QStringLiteral("default")}); });
+    dismissAll(id, 1);
     return seconds;
 }
 
 double PluginSide::remove(int count)
 {
-    const uint last = lastId();
+    const uint first = nextId();
     const std::vector<std::string> keys = addSome(count, Kind::Plain);
     settle();
     const double requested = timed(count, [&](int i) { m_host.remove(keys[static_cast<size_t>(i)].c_str()); });
@@ -178,7 +181,10 @@ double PluginSide::remove(int count)
         QCoreApplication::processEvents();
         settle();
     });
-    checkGone(last + static_cast<uint>(count));
+    const uint last = first + static_cast<uint>(count) - 1;
+    if (connection().call(request("CloseNotification", {last})).type() != QDBusMessage::ErrorMessage) {
+        qFatal("The removals were not carried out");
+    }
     return requested + carriedOut / count;
 }
 

@@ -52,12 +52,12 @@ uint Side::notify(const DesktopNotification &notification) const
     return reply.arguments().value(0).toUInt();
 }
 
-uint Side::lastId() const
+uint Side::nextId() const
 {
     const uint id = notify({});
     m_connection.call(request("CloseNotification", {id}));
     settle();
-    return id;
+    return id + 1;
 }
 
 double Side::causeEvents(int count, const std::function<QDBusMessage(int)> &cause)
@@ -77,13 +77,6 @@ void Side::settle() const
     m_connection.call(request("GetServerInformation"));
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-void Side::checkGone(uint id) const
-{
-    if (m_connection.call(request("CloseNotification", {id})).type() != QDBusMessage::ErrorMessage) {
-        qFatal("Notification %u is still there", id);
-    }
 }
 
 lu_plugin_def *loadLibrary()

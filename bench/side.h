@@ -64,14 +64,12 @@ protected:
     /// Counts a signal of the server.
     void listen(const char *signal);
     uint notify(const DesktopNotification &notification) const;
-    /// The identifier before the one that the next new notification gets.
-    uint lastId() const;
+    /// The identifier that the next new notification gets.
+    uint nextId() const;
     /// Sends what `cause` returns, one message at a time, and waits each time until its effect was counted.
     double causeEvents(int count, const std::function<QDBusMessage(int)> &cause);
     /// Returns when the server has done what it was told, and the signals that it sent meanwhile are handled.
     void settle() const;
-    /// Ends the program if the server still knows the notification.
-    void checkGone(uint id) const;
 
     int m_events = 0; ///< signals or reports that have arrived
     QTemporaryDir m_directory;
