@@ -3,8 +3,8 @@
 #include "notification_p.h"
 #include "notificationconnection.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QSemaphore>
 #include <QtDBus/QDBusPendingCallWatcher>
 
 Q_DECLARE_LOGGING_CATEGORY(vorn)
@@ -12,32 +12,17 @@ Q_DECLARE_LOGGING_CATEGORY(vorn)
 /// How long a caller may be held up by a server that does not answer.
 static constexpr int patienceMs = 1000;
 
-/// Waits without an event loop of its own, so nothing else happens on this thread meanwhile. The watcher on the
-/// other thread is what makes the wait bounded while the call itself is not.
+/// Waits without an event loop of its own, so nothing else happens on this thread meanwhile. The wait is bounded
+/// while the call itself is not.
 bool NotificationConnection::waitFor(const QDBusPendingCall &call)
 {
-    if (call.isFinished()) {
-        return true;
+    QDBusPendingCallWatcher watcher(call);
+    watcher.moveToThread(m_bell.thread());
+    const QDeadlineTimer deadline(patienceMs);
+    while (!call.isFinished() && !deadline.hasExpired()) {
+        m_bell.wait(deadline.remainingTime());
     }
-    if (!m_waiter.isRunning()) {
-        m_waiter.start();
-    }
-    const auto done = std::make_shared<QSemaphore>();
-    auto *const watcher = new QDBusPendingCallWatcher(call);
-    if (call.isFinished()) {
-        delete watcher;
-        return true;
-    }
-    connect(
-        watcher, &QDBusPendingCallWatcher::finished, watcher,
-        [done, watcher] {
-            done->release();
-            watcher->deleteLater();
-        },
-        Qt::DirectConnection);
-    watcher->moveToThread(&m_waiter);
-    // A reply that came before the watcher existed is announced to this thread, which is not listening.
-    return call.isFinished() || done->tryAcquire(1, patienceMs);
+    return call.isFinished();
 }
 
 /// Has the answer to `call` taken when it comes.

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "doorbell.h"
 #include "wire.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <QtCore/QThread>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCall>
 
@@ -80,5 +80,5 @@ private:
     /// does not show a second one, and a removal is not lost.
     QHash<uint, Wish> m_awaited;
     uint m_nextStandIn = std::numeric_limits<uint>::max();
-    QThread m_waiter;
+    Doorbell m_bell;
 };
