@@ -6,6 +6,7 @@
 #include <QtCore/QThread>
 
 #include <algorithm>
+#include <deque>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -40,11 +41,14 @@ private:
     std::vector<std::string> addSome(int count, Kind kind);
     void checkContent();
     void fill(int live);
+    void addLive(int count);
 
     lumd::Host m_host{nullptr};
     lu_plugin_def *m_plugin = loadLibrary();
     lu_plugin_context m_context = {m_host.handle(), nullptr};
     int m_lastKey = 1000000; // so that all keys are of one length
+    uint m_resident = 0;     ///< the oldest, which stays when it is invoked
+    std::deque<uint> m_live; ///< identifiers of the others that stay
     double m_memory = 0;     ///< for each live notification
 };
 
@@ -93,7 +97,9 @@ void PluginSide::checkContent()
 void PluginSide::fill(int live)
 {
     const Memory before;
-    addSome(live, Kind::Plain);
+    m_resident = nextId();
+    addSome(1, Kind::Resident);
+    addLive(live);
     settle();
     const Memory after;
     m_memory = std::max(after.allocated - before.allocated, after.resident - before.resident) / live;
@@ -102,6 +108,15 @@ void PluginSide::fill(int live)
         if (!file.open(QIODevice::WriteOnly)) {
             qFatal("Cannot write to the icon cache");
         }
+    }
+}
+
+void PluginSide::addLive(int count)
+{
+    const uint first = nextId();
+    addSome(count, Kind::Plain);
+    for (int i = 0; i < count; ++i) {
+        m_live.push_back(first + static_cast<uint>(i));
     }
 }
 
@@ -154,20 +169,21 @@ double PluginSide::publishByHand(int count)
     return seconds;
 }
 
+/// Of the oldest ones, which are then made up for.
 double PluginSide::dismiss(int count)
 {
-    const uint first = nextId();
-    addSome(count, Kind::Plain);
-    return dismissAll(first, count);
+    const double seconds = causeEvents(count, [this](int) {
+        const uint id = m_live.front();
+        m_live.pop_front();
+        return control("Dismiss", {id});
+    });
+    addLive(count);
+    return seconds;
 }
 
 double PluginSide::invoke(int count)
 {
-    const uint id = nextId();
-    addSome(1, Kind::Resident);
-    const double seconds = causeEvents(count, [&](int) { return control("Invoke", {id, QStringLiteral("default")}); });
-    dismissAll(id, 1);
-    return seconds;
+    return causeEvents(count, [this](int) { return control("Invoke", {m_resident, QStringLiteral("default")}); });
 }
 
 double PluginSide::remove(int count)
