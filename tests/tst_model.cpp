@@ -16,11 +16,13 @@ struct Model {
     bool told = false; ///< the host was, in this step
     int version = 0;   ///< of the content published last
 
-    void add(int newVersion)
+    void add(int newVersion, bool withIcons)
     {
         shown = shown || !registered || newVersion != version;
         version = newVersion;
-        registered = icon = largeIcon = true;
+        icon = icon || withIcons;
+        largeIcon = largeIcon || withIcons;
+        registered = true;
         pending = false;
     }
     void expire()
@@ -63,7 +65,10 @@ private Q_SLOTS:
         m_random.seed(seed.toUInt());
         World world;
         for (int i = 0; i < steps && !QTest::currentTestFailed(); ++i) {
-            m_random.bounded(10) == 0 ? letTimersExpire() : step(world);
+            if (m_random.bounded(10) == 0) {
+                letTimersExpire();
+            }
+            step(world);
             compare(world);
         }
         if (QTest::currentTestFailed()) {
@@ -79,9 +84,10 @@ private:
         const int version = m_random.bounded(2);
         const int what = m_random.bounded(1000);
         if (what < 450) {
-            m_history.append(QString("add %1 %2").arg(model.key).arg(version));
-            world.add(model.key.toStdString(), version == 0 ? "0" : "1", "s", "l");
-            model.add(version);
+            const QByteArray icon = m_random.bounded(4) == 0 ? "icon" : "";
+            m_history.append(QString("add %1 %2 ").arg(model.key).arg(version) + icon);
+            world.add(model.key.toStdString(), version == 0 ? "0" : "1", icon, icon);
+            model.add(version, !icon.isEmpty());
         } else if (what < 740) {
             m_history.append("remove " + model.key);
             remove(world, model);
