@@ -3,7 +3,7 @@
 #include <QtCore/QProcess>
 
 /// A script's bad line ends it, named.
-class LumdsimTest : public QObject
+class ScriptTest : public QObject
 {
     Q_OBJECT
 
@@ -43,5 +43,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LumdsimTest)
-#include "tst_lumdsim.moc"
+QTEST_GUILESS_MAIN(ScriptTest)
+#include "tst_script.moc"
