@@ -4,6 +4,8 @@
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QStringList>
 
+#include <memory>
+
 namespace
 {
 
@@ -24,27 +26,33 @@ void runAlertCommand(const QString &title, const QString &packageName, const QSt
                      const QString &subText, const QString &category, const std::string &command)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    QProcess process;
+    auto process = std::make_unique<QProcess>();
     environment.insert(QStringLiteral("TITLE"), title);
     environment.insert(QStringLiteral("PACKAGE_NAME"), packageName);
     environment.insert(QStringLiteral("APP_NAME"), appName);
     environment.insert(QStringLiteral("BODY"), body);
     environment.insert(QStringLiteral("SUBTEXT"), subText);
     environment.insert(QStringLiteral("CATEGORY"), category);
-    process.setProcessEnvironment(environment);
-    discardOutput(process);
+    process->setProcessEnvironment(environment);
+    discardOutput(*process);
 
     QStringList arguments = QProcess::splitCommand(QString::fromStdString(command));
     if (arguments.isEmpty()) {
         return;
     }
     const QString program = arguments.takeFirst();
-    process.start(program, arguments, QIODevice::ReadWrite);
-    process.waitForStarted(waitMs);
-    process.waitForFinished(waitMs);
-    if (process.state() != QProcess::NotRunning) {
+    process->start(program, arguments, QIODevice::ReadWrite);
+    if (process->processId() < 0) {
+        // The system is out of processes, which Qt does not notice: it would kill number -1, that is every process
+        // that the user has, here and in its destructor.
+        static_cast<void>(process.release());
+        return;
+    }
+    process->waitForStarted(waitMs);
+    process->waitForFinished(waitMs);
+    if (process->state() != QProcess::NotRunning) {
         // The process object would do the same, but with a warning in the host's log.
-        process.kill();
-        process.waitForFinished(waitMs);
+        process->kill();
+        process->waitForFinished(waitMs);
     }
 }

@@ -5,9 +5,10 @@
 
 void NotificationsImpl::requestAlert(const AlertCommandArgs &args)
 {
+    const std::string command = m_alertCommand; // copied before the lock is taken
     const QMutexLocker lock(&m_alertMutex);
     if (m_alertWatcher.isFinished() && m_alertQueue.isEmpty()) {
-        startAlert(args);
+        startAlert(args, command);
     } else {
         m_alertQueue.append(args);
     }
@@ -17,14 +18,14 @@ void NotificationsImpl::handleAlertFinished()
 {
     const QMutexLocker lock(&m_alertMutex);
     if (!m_alertQueue.isEmpty()) {
-        startAlert(m_alertQueue.takeFirst());
+        startAlert(m_alertQueue.takeFirst(), m_alertCommand);
     }
 }
 
 /// The task works on copies: it may outlive the bridge object.
-void NotificationsImpl::startAlert(const AlertCommandArgs &args)
+void NotificationsImpl::startAlert(const AlertCommandArgs &args, const std::string &command)
 {
-    m_alertWatcher.setFuture(QtConcurrent::run([args, command = m_alertCommand] {
+    m_alertWatcher.setFuture(QtConcurrent::run([args, command] {
         runAlertCommand(args.title, args.packageName, args.appName, args.body, args.subText, args.category, command);
     }));
 }

@@ -76,7 +76,7 @@ private:
 
     void closeDexOptNotification();
     void requestAlert(const AlertCommandArgs &args);
-    void startAlert(const AlertCommandArgs &args);
+    void startAlert(const AlertCommandArgs &args, const std::string &command);
 
     lu_handle *m_handle;
     QMap<QString, Notification *> m_notifications; ///< the live notification of each key; owned

@@ -42,6 +42,12 @@ int32_t plugin_load(lu_plugin_context *context)
 /// Leaves the context's instance as it is: the record is the host's.
 void plugin_unload(lu_plugin_context *context) { delete static_cast<NotificationsImpl *>(context->instance); }
 
+// Constant, so that the compiler can read it; the host gets a copy.
+constexpr lu_plugin_def definition = {
+    0x00010000, "kavrel", "notifications", "Velmo", plugin_load, plugin_unload, 0,
+};
+
+static_assert(definition.version == 0x00010000, "the host loads plug-ins of its interface version 1.0");
 // The host runs on 32-bit ARM; this is the layout that it reads there.
 static_assert(sizeof(void *) != 4 || (sizeof(lu_plugin_def) == 28 && offsetof(lu_plugin_def, version) == 0 &&
                                       offsetof(lu_plugin_def, name) == 4 && offsetof(lu_plugin_def, type) == 8 &&
@@ -51,6 +57,4 @@ static_assert(sizeof(void *) != 4 || (sizeof(lu_plugin_def) == 28 && offsetof(lu
 
 } // namespace
 
-lu_plugin_def _lu_plugin_def = {
-    0x00010000, "kavrel", "notifications", "Velmo", plugin_load, plugin_unload, 0,
-};
+lu_plugin_def _lu_plugin_def = definition;

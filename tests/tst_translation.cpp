@@ -14,42 +14,43 @@ private Q_SLOTS:
             "key":"k" => x-vorn-display-on=bool true; x-vorn-user-removable=bool false; !category; !x-vorn-feedback
             "key":"k" => !suppress-sound; !x-vorn-vibrate; !x-vorn-led-argb; !resident; !transient; !value; !image-path
             "key":"k" => !x-vorn-item-count; !x-vorn-timestamp; !x-vorn-remote-actions; !x-vorn-progress
-            "key":"a|b/c","package":"org.x","appName":"Chat" => x-vorn-origin-key=a|b/c; x-vorn-origin-package=org.x
-            "appName":"Chat","title":"Ada","text":"✓\nHi","subText":"To" => appName=Chat; body=✓\nHi; x-vorn-sub-text=To
+            "key":"a|b","package":"p","appName":"Chat" => appName=Chat; x-vorn-origin-key=a|b; x-vorn-origin-package=p
+            "title":"Ada","text":"✓\nHi","subText":"To" => summary=Ada; body=✓\nHi; x-vorn-sub-text=To
             "importance":-1,"category":"MSG" => x-vorn-priority=int -25; urgency=uchar 1; category=MSG; !x-vorn-feedback
             "importance":1,"category":"msg " => x-vorn-priority=int 25; urgency=uchar 0; category=msg ; !x-vorn-feedback
             "importance":2,"category":"event" => x-vorn-priority=int 50; urgency=uchar 1; category=calendar
             "importance":3,"category":"email" => x-vorn-priority=int 75; urgency=uchar 1; category=email
             "importance":4,"category":"alarm" => x-vorn-priority=int 100; urgency=uchar 2; category=clock
             "importance":5,"category":"msg" => x-vorn-priority=int 125; urgency=uchar 2; category=chat
-            "importance":6,"category":"msg" => x-vorn-priority=int 150; urgency=uchar 1; x-vorn-feedback=chat,chat_exists
+            "importance":6,"category":"alarm" => x-vorn-priority=int 150; urgency=uchar 1; x-vorn-feedback=clock
             "importance":5,"lowUrgency":true,"category":"event" => urgency=uchar 0; x-vorn-feedback=calendar
             "importance":4,"lowUrgency":true,"category":"email" => urgency=uchar 0; x-vorn-feedback=email,email_exists
-            "importance":2147483647,"category":"alarm" => x-vorn-priority=int 2147483623; x-vorn-feedback=clock
+            "importance":2147483647,"category":"msg" => x-vorn-priority=int 2147483623; x-vorn-feedback=chat,chat_exists
             "color":128,"ledColor":4278255360 => x-vorn-color=#000080; x-vorn-led-argb=int -16711936
-            "color":4280391411,"timestamp":1700000000123 => x-vorn-color=#ff2196f3; x-vorn-timestamp=qlonglong 1700000000123
+            "color":4280391411,"timestamp":4294967297 => x-vorn-color=#ff2196f3; x-vorn-timestamp=qlonglong 4294967297
             "color":-16711936,"itemCount":-3 => x-vorn-color=#ff00ff00; !x-vorn-item-count
             "color":4294967296,"itemCount":4294967299 => x-vorn-color=auto; x-vorn-item-count=int 3
             "vibrate":true => x-vorn-vibrate=bool true; x-vorn-display-on=bool true; !suppress-sound
             "silent":true => suppress-sound=bool true; !x-vorn-vibrate; !x-vorn-display-on
-            "silent":true,"vibrate":true => suppress-sound=bool true; x-vorn-vibrate=bool true; x-vorn-display-on=bool true
+            "silent":true,"vibrate":true
+                => suppress-sound=bool true; x-vorn-vibrate=bool true; x-vorn-display-on=bool true
             "progressMax":4,"progress":1 => value=int 25; x-vorn-progress=double 0.25
             "progressMax":2,"progress":3 => value=int 100; x-vorn-progress=double 1.5
             "progressMax":2,"progress":-1 => x-vorn-progress=double -0.5
             "progressMax":0,"progress":1 => !value; !x-vorn-progress
             "progressMax":100,"progress":40,"indeterminate":true => x-vorn-progress=int -1; !value
-            "ongoing":true => resident=bool true; x-vorn-user-removable=bool false
-            "clearable":true => !x-vorn-user-removable; !resident
+            "ongoing":true,"clearable":true => resident=bool true; !x-vorn-user-removable
             "actions":[] => actions=; !x-vorn-remote-actions
-            "actions":[{"title":"R","freeInput":true},{"title":"A","choices":["Y"]},{"title":"G","identifier":"4"}] => actions=G|4,G
+            "actions":[{"title":"R","freeInput":true},{"title":"A","choices":["Y"]},{"title":"G","identifier":"4"}]
+                => actions=G|4,G
             "do":"publish","text":"T","warning":true => summary=T; appIcon=icon-lock-warning; urgency=uchar 2; body=
             "do":"publish" => summary=; appIcon=icon-s-android; urgency=uchar 1; transient=bool true; appName=
-            "do":"installResult","headline":"h","detail":"d","message":"m" => x-vorn-preview-summary=h: d; transient=bool true
-            "do":"installResult","headline":"h","message":"m" => x-vorn-preview-summary=h; !x-vorn-preview-body; !x-vorn-origin-key
-            "do":"installResult","message":"m","code":4294967296 => !x-vorn-preview-summary; x-vorn-preview-body=m
+            "do":"installResult","headline":"h","detail":"d" => x-vorn-preview-summary=h: d; transient=bool true
+            "do":"installResult","headline":"h","message":"m" => x-vorn-preview-summary=h; !x-vorn-preview-body
+            "do":"installResult","message":"m","code":-3 => x-vorn-preview-body=m; !x-vorn-preview-summary
             "do":"installResult","appName":"X","code":1 => appName=X; appIcon=icon-s-android; image-path=icon-s-android
-            "do":"uninstallResult","detail":"d","message":"m","code":-3 => x-vorn-preview-summary=: d; x-vorn-preview-body=m
-            "do":"uninstallResult","headline":"h","message":"m" => x-vorn-preview-summary=h; !x-vorn-preview-body; !transient
+            "do":"uninstallResult","detail":"d" => x-vorn-preview-summary=: d; !x-vorn-origin-key; !transient
+            "do":"uninstallResult","message":"m","code":4294967296 => x-vorn-preview-body=m; !x-vorn-preview-summary
         )");
     }
     void property()
@@ -107,9 +108,9 @@ private Q_SLOTS:
             "actions":[{"title":"A","identifier":"1"}] => "actions":[{"title":"B","identifier":"1"}] => actions
             "actions":[{"title":"A","identifier":"1"}] => "actions":[{"title":"A","identifier":"2"}] => actions
             "title":"t","text":"x","itemCount":2,"actions":[{"title":"A"}] => the same
-            "title":"t","subText":"a","appName":"a","category":"msg","color":1 => "title":"t","subText":"b","category":"sys"
-            "title":"t","timestamp":1,"progressMax":9,"ongoing":true => "title":"t","timestamp":2,"progressMax":8
-            "title":"t","lowUrgency":true,"silent":true => "title":"t","clearable":true,"package":"p","vibrate":true
+            "title":"t","subText":"a","category":"msg","color":1 => "title":"t","subText":"b","appName":"b","color":2
+            "timestamp":1,"progressMax":9,"progress":1,"ongoing":true => "timestamp":2,"progressMax":9,"progress":2
+            "lowUrgency":true,"silent":true => "clearable":true,"package":"p","vibrate":true,"ledColor":1
         )");
     }
     /// The desktop sees a second version if something visible changed, and in the place of the first.

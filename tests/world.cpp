@@ -35,8 +35,6 @@ QString reported(const std::string &key, lu_field *action)
 
 } // namespace
 
-QStringList World::log;
-
 lu_plugin_def *pluginDefinition()
 {
     return reinterpret_cast<lu_plugin_def *>(QLibrary::resolve(KAVREL_PLUGIN, "_lu_plugin_def"));
@@ -66,7 +64,7 @@ World::World(const std::string &config, const char *address)
         notifies.append(replaced);
     });
     connect(m_server, &Server::Closed, this, [this](uint id) { m_desktop.remove(id); });
-    onServer([this](Server &server) { server.listen("unix:path=" + m_directory.filePath("bus")); });
+    onServer([this](Server &server) { server.listen("unix:abstract=" + m_directory.filePath("bus")); });
     qputenv("LUMD_P2P_DBUS_ADDRESS", address ? QByteArray(address) : m_server->address().toUtf8());
     load();
 }
@@ -163,11 +161,10 @@ QString World::seen(const QString &like)
         {"appName", n.appName}, {"appIcon", n.appIcon},           {"summary", n.summary},
         {"body", n.body},       {"actions", n.actions.join(',')}, {"expireTimeout", QString::number(n.expireTimeout)}};
     for (auto hint = n.hints.cbegin(); hint != n.hints.cend(); ++hint) {
+        const QString type = hint->userType() == QMetaType::QString ? "" : QString(hint->typeName()) + ' ';
+        const QString list = QJsonDocument::fromVariant(*hint).toJson(QJsonDocument::Compact);
         const bool isByte = hint->userType() == QMetaType::UChar; // its text would be the character
-        const bool isText = hint->userType() == QMetaType::QString;
-        const QByteArray list = QJsonDocument::fromVariant(*hint).toJson(QJsonDocument::Compact);
-        const QString value = isByte ? QString::number(hint->toInt()) : hint->toString() + list;
-        all[hint.key()] = isText ? value : QString(hint->typeName()) + ' ' + value;
+        all[hint.key()] = type + (isByte ? QString::number(hint->toInt()) : hint->toString() + list);
     }
     QStringList properties = like.split("; ");
     for (QString &property : properties) {
@@ -184,10 +181,10 @@ void table(std::initializer_list<const char *> columns, const char *rows)
     for (const char *const column : columns) {
         QTest::addColumn<QString>(column);
     }
-    for (const QString &row : QString(rows).trimmed().split('\n')) {
-        QTestData &data = QTest::newRow(qPrintable(row.trimmed()));
+    for (const QString &row : QString(rows).trimmed().split(QRegularExpression("\n *+(?!=>)"))) {
+        QTestData &data = QTest::newRow(qPrintable(row.simplified()));
         for (int i = 0; i < static_cast<int>(columns.size()); ++i) {
-            data << row.trimmed().section(" => ", i, i);
+            data << row.simplified().section(" => ", i, i);
         }
     }
 }

@@ -50,9 +50,9 @@ public:
     QStringList cacheFiles() const;
 
     std::unique_ptr<lumd::Host> host;
-    QList<bool> notifies;   ///< for every `Notify` that the server received, whether it replaced
-    QStringList told;       ///< what the host was told: "removed KEY", "action KEY TITLE|IDENTIFIER"
-    static QStringList log; ///< what the plug-in logged: "warning: text"
+    QList<bool> notifies;          ///< for every `Notify` that the server received, whether it replaced
+    QStringList told;              ///< what the host was told: "removed KEY", "action KEY TITLE|IDENTIFIER"
+    inline static QStringList log; ///< what the plug-in logged: "warning: text"
 
 private:
     const QByteArray m_oldTmpdir = qgetenv("TMPDIR");
@@ -66,6 +66,6 @@ private:
 
 /// The plug-in's exported descriptor.
 lu_plugin_def *pluginDefinition();
-/// Test data: columns of texts, and a row a line, "first => second".
+/// Test data: columns of texts, and rows, a line each unless it goes on before an arrow: "first => second".
 void table(std::initializer_list<const char *> columns, const char *rows);
 QString contents(const QString &path);

@@ -146,19 +146,19 @@ void NotificationsImpl::addNotification(lu_field *record)
     const QString key = field::text(record, id::key);
     const QString packageName = field::text(record, id::packageName);
     const QString title = field::text(record, id::title);
-    const QString category = field::text(record, id::category);
-    const int importance = field::int32(record, id::importance);
 
     setTexts(record, fresh, title);
     setOrigin(fresh, packageName, key);
     setSmallIcon(record, fresh, m_iconCacheDir, key);
     setLargeIcon(record, fresh, m_iconCacheDir, key, packageName, title);
+    const QString category = field::text(record, id::category);
     setCategory(fresh, category);
     setColor(record, fresh);
     setSoundAndVibration(record, fresh);
     setLedColor(record, fresh);
     setTimestamp(record, fresh);
     setProgress(record, fresh);
+    const int importance = field::int32(record, id::importance);
     setImportance(fresh, importance);
     setLifetimeAndCount(record, fresh);
     const bool lowUrgency = lu_field_get_bool(record, id::lowUrgency) != 0;

@@ -18,7 +18,6 @@ using List = std::unique_ptr<lu_list>;
 using Bytes = std::vector<uint8_t>;
 
 struct lu_field {
-    size_t references = 1;
     std::unordered_map<uint32_t, std::variant<std::string, int64_t, bool, Bytes, List>> fields;
 };
 
@@ -108,14 +107,6 @@ void setStrings(lu_field *record, uint32_t id, std::vector<std::string> strings)
     set(record, id, std::move(list), __func__);
 }
 
-lu_field *ref(lu_field *record)
-{
-    if (isAlive(record, __func__)) {
-        ++record->references;
-    }
-    return record;
-}
-
 std::vector<std::string> takeFindings() { return std::exchange(findings, {}); }
 
 size_t liveRecords() { return live.size(); }
@@ -131,7 +122,7 @@ lu_field *lu_field_new(uint32_t /*record_type*/)
 
 void lu_field_unref(lu_field *record)
 {
-    if (isAlive(record, __func__) && --record->references == 0) {
+    if (isAlive(record, __func__)) {
         live.erase(record);
         delete record;
     }

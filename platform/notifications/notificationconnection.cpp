@@ -7,7 +7,6 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QSemaphore>
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusServiceWatcher>
 
@@ -18,18 +17,10 @@ Q_LOGGING_CATEGORY(vorn, "vorn.notifications", QtWarningMsg)
 namespace
 {
 
-/// How long a caller may be held up by a server that does not answer.
-constexpr int patienceMs = 1000;
 /// Calls that may wait for a server that does not answer, before further ones are given up.
 constexpr int maximumOutstanding = 1000;
 
 NotificationConnection *theConnection = nullptr;
-
-bool isTimeout(const QDBusError &error)
-{
-    return error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout ||
-           error.type() == QDBusError::TimedOut;
-}
 
 } // namespace
 
@@ -77,8 +68,11 @@ void NotificationConnection::ensureConnected()
 void NotificationConnection::start(const QDBusConnection &connection)
 {
     forgetIdentifiers();
+    ++m_conversation;
+    m_outstanding = 0;
     m_connection = connection;
     m_owner.clear();
+    m_capabilities = {};
     m_capabilitiesKnown = false;
     m_responsive = true;
     const bool isBus = connection.interface() != nullptr;
@@ -88,10 +82,12 @@ void NotificationConnection::start(const QDBusConnection &connection)
     m_server->setTimeout(std::numeric_limits<int>::max());
     connect(m_server.get(), &OrgFreedesktopNotificationsInterface::ActionInvoked, this,
             &NotificationConnection::onActionInvoked);
+    connect(m_server.get(), &OrgFreedesktopNotificationsInterface::NotificationReplied, this,
+            &NotificationConnection::onReplied);
     connect(m_server.get(), &OrgFreedesktopNotificationsInterface::NotificationClosed, this,
             &NotificationConnection::onClosed);
     m_extension = std::make_unique<ComVornNotificationsInterface>(service, protocol::objectPath(), connection);
-    m_extension->setTimeout(patienceMs);
+    m_extension->setTimeout(std::numeric_limits<int>::max());
     m_watcher.reset();
     if (isBus) {
         m_watcher =
@@ -108,6 +104,14 @@ void NotificationConnection::start(const QDBusConnection &connection)
 void NotificationConnection::publish(Notification *notification)
 {
     ensureConnected();
+    if (notification->d->id != 0) {
+        m_live.insert(notification->d->id, notification); // before anything can fail: the earlier version is shown
+    }
+    const auto awaited = m_awaited.find(notification->d->id);
+    if (awaited != m_awaited.end()) {
+        awaited->publishAgain = true;
+        return;
+    }
     if (!m_connection.isConnected()) {
         qCWarning(vorn) << "No connection to a notification server:" << m_connection.lastError().message();
         return;
@@ -124,7 +128,12 @@ void NotificationConnection::publish(Notification *notification)
         take(notification, call);
         return;
     }
-    takeLater(notification, call);
+    if (notification->d->id == 0) {
+        notification->d->id = m_nextStandIn--;
+        m_live.insert(notification->d->id, notification);
+        m_awaited.insert(notification->d->id, {});
+    }
+    takeLater(call, [this, id = notification->d->id](const QDBusPendingCall &answered) { takeLate(id, answered); });
     stopWaitingForServer("Notify");
 }
 
@@ -143,81 +152,35 @@ void NotificationConnection::fetchCapabilities()
     }
     QDBusPendingReply<QStringList> reply = m_server->GetCapabilities();
     if (!waitFor(reply)) {
-        takeLater(nullptr, reply);
+        takeLater(reply, [this](const QDBusPendingCall &answered) { takeCapabilities(answered); });
         stopWaitingForServer("GetCapabilities");
         return;
     }
+    takeCapabilities(reply);
+}
+
+void NotificationConnection::takeCapabilities(const QDBusPendingCall &call)
+{
+    const QDBusPendingReply<QStringList> reply = call;
     if (!reply.isError()) {
         servedBy(reply.reply().service());
-        m_capabilities.bodyMarkup = reply.value().contains(QLatin1String("body-markup"));
-        m_capabilities.persistence = reply.value().contains(QLatin1String("persistence"));
+        m_capabilities = ServerCapabilities::named(reply.value());
         m_capabilitiesKnown = true;
     }
-}
-
-/// Waits without an event loop of its own, so nothing else happens on this thread meanwhile. The watcher on the
-/// other thread is what makes the wait bounded while the call itself is not.
-bool NotificationConnection::waitFor(const QDBusPendingCall &call)
-{
-    if (call.isFinished()) {
-        return true;
-    }
-    if (!m_waiter.isRunning()) {
-        m_waiter.start();
-    }
-    const auto done = std::make_shared<QSemaphore>();
-    auto *const watcher = new QDBusPendingCallWatcher(call);
-    connect(
-        watcher, &QDBusPendingCallWatcher::finished, watcher,
-        [done, watcher] {
-            done->release();
-            watcher->deleteLater();
-        },
-        Qt::DirectConnection);
-    watcher->moveToThread(&m_waiter);
-    // A reply that came before the watcher existed is announced to this thread, which is not listening.
-    return call.isFinished() || done->tryAcquire(1, patienceMs);
-}
-
-/// Takes the answer to `call` when it comes. `notification` may be null, or gone by then.
-void NotificationConnection::takeLater(Notification *notification, const QDBusPendingCall &call)
-{
-    ++m_outstanding;
-    auto *const watcher = new QDBusPendingCallWatcher(call, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, watcher, target = QPointer<Notification>(notification)] {
-                --m_outstanding;
-                m_responsive = true;
-                watcher->deleteLater();
-                if (target) {
-                    take(target, *watcher);
-                }
-            });
-}
-
-void NotificationConnection::take(Notification *notification, const QDBusPendingCall &call)
-{
-    const QDBusPendingReply<uint> reply = call;
-    if (reply.isError()) {
-        qCWarning(vorn) << "Notification not shown:" << reply.error().message();
-        return;
-    }
-    servedBy(reply.reply().service());
-    const uint id = reply.value();
-    forget(notification, notification->d->id);
-    notification->d->id = id;
-    if (id == 0) {
-        qCWarning(vorn) << "The notification server gave no identifier";
-        return;
-    }
-    m_live.insert(id, notification);
 }
 
 void NotificationConnection::close(uint id)
 {
     ensureConnected();
-    if (id != 0 && m_connection.isConnected()) {
-        m_server->CloseNotification(id);
+    const auto awaited = m_awaited.find(id);
+    if (awaited != m_awaited.end()) {
+        awaited->close = true;
+    } else if (id != 0) {
+        // Without an answer, which a server that hangs would leave outstanding for good.
+        QDBusMessage message = QDBusMessage::createMethodCall(m_server->service(), protocol::objectPath(),
+                                                              protocol::service(), QStringLiteral("CloseNotification"));
+        message.setArguments({id});
+        m_connection.send(message);
     }
 }
 
@@ -226,17 +189,16 @@ QList<Notification *> NotificationConnection::held()
     ensureConnected();
     QList<Notification *> notifications;
     if (m_responsive && m_connection.isConnected()) {
-        QDBusPendingReply<DesktopNotificationList> reply = m_extension->GetNotifications(ownerName());
-        reply.waitForFinished();
-        if (!reply.isError()) {
+        const QDBusPendingReply<DesktopNotificationList> reply = m_extension->GetNotifications(ownerName());
+        if (!waitFor(reply)) {
+            takeLater(reply, [](const QDBusPendingCall &) {});
+            stopWaitingForServer("GetNotifications");
+        } else if (!reply.isError()) {
             for (const DesktopNotification &wire : reply.value()) {
                 notifications.append(new Notification);
                 *notifications.last()->d = fromWire(wire);
             }
             return notifications;
-        }
-        if (isTimeout(reply.error())) {
-            stopWaitingForServer("GetNotifications");
         }
     }
     for (const Notification *const live : qAsConst(m_live)) {
@@ -250,55 +212,6 @@ void NotificationConnection::forget(Notification *notification, uint id)
 {
     if (m_live.value(id) == notification) {
         m_live.remove(id);
-    }
-}
-
-/// Identifiers mean nothing to a server that did not issue them; they may even be another program's. So they
-/// are dropped, and taken back only if the new server confirms them.
-void NotificationConnection::servedBy(const QString &owner)
-{
-    if (owner == m_owner) {
-        return;
-    }
-    m_owner = owner;
-    m_capabilitiesKnown = false;
-    m_responsive = true;
-    QHash<uint, QPointer<Notification>> dropped;
-    const Live live = forgetIdentifiers();
-    for (auto entry = live.cbegin(); entry != live.cend(); ++entry) {
-        dropped.insert(entry.key(), entry.value());
-    }
-    if (dropped.isEmpty()) {
-        return;
-    }
-    auto *const watcher = new QDBusPendingCallWatcher(m_extension->GetNotifications(ownerName()), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, dropped] {
-        watcher->deleteLater();
-        const QDBusPendingReply<DesktopNotificationList> reply = *watcher;
-        for (const DesktopNotification &wire : reply.isError() ? DesktopNotificationList() : reply.value()) {
-            Notification *const notification = dropped.value(wire.id);
-            if (notification && notification->d->id == 0 && !m_live.contains(wire.id)) {
-                notification->d->id = wire.id;
-                m_live.insert(wire.id, notification);
-            }
-        }
-    });
-}
-
-NotificationConnection::Live NotificationConnection::forgetIdentifiers()
-{
-    Live live;
-    live.swap(m_live);
-    for (Notification *const notification : qAsConst(live)) {
-        notification->d->id = 0;
-    }
-    return live;
-}
-
-void NotificationConnection::onActionInvoked(uint id, const QString &action)
-{
-    if (Notification *const notification = m_live.value(id)) {
-        Q_EMIT notification->actionInvoked(action);
     }
 }
 

@@ -9,6 +9,8 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCall>
 
+#include <functional>
+#include <limits>
 #include <memory>
 
 class ComVornNotificationsInterface;
@@ -40,6 +42,11 @@ public:
 
 private:
     using Live = QHash<uint, Notification *>;
+    /// What is to be done once the identifier is known.
+    struct Wish {
+        bool publishAgain = false;
+        bool close = false;
+    };
 
     NotificationConnection();
     void ensureConnected();
@@ -47,11 +54,15 @@ private:
     void stopWaitingForServer(const char *what);
     void fetchCapabilities();
     bool waitFor(const QDBusPendingCall &call);
-    void takeLater(Notification *notification, const QDBusPendingCall &call);
+    void takeLater(const QDBusPendingCall &call, const std::function<void(const QDBusPendingCall &)> &taken);
+    void takeCapabilities(const QDBusPendingCall &call);
+    void takeLate(uint id, const QDBusPendingCall &call);
     void take(Notification *notification, const QDBusPendingCall &call);
     void servedBy(const QString &owner);
     Live forgetIdentifiers();
-    void onActionInvoked(uint id, const QString &action);
+    void onActionInvoked(uint id, const QString &key);
+    void onReplied(uint id, const QString &text);
+    void invoke(Notification *notification, const QVariantMap &action, const QString &answer) const;
     void onClosed(uint id, uint reason);
 
     QDBusConnection m_connection;
@@ -63,6 +74,11 @@ private:
     bool m_capabilitiesKnown = false;
     bool m_responsive = true; ///< whether waiting for the server makes sense
     int m_outstanding = 0;    ///< calls nobody waits for
+    int m_conversation = 0;   ///< counts the connections; answers of earlier ones do not matter
     Live m_live;              ///< who published each identifier last
+    /// New notifications whose identifier is late; they go under a stand-in until it comes, so that an update
+    /// does not show a second one, and a removal is not lost.
+    QHash<uint, Wish> m_awaited;
+    uint m_nextStandIn = std::numeric_limits<uint>::max();
     QThread m_waiter;
 };

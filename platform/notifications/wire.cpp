@@ -1,5 +1,6 @@
 #include "wire.h"
 
+#include "foreign.h"
 #include "notification_p.h"
 
 #include <QtCore/QCoreApplication>
@@ -27,15 +28,6 @@ QString imagePathHint() { return QStringLiteral("image-path"); }
 QString iconUri(const QString &icon)
 {
     return icon.startsWith(QLatin1Char('/')) ? QUrl::fromLocalFile(icon).toString(QUrl::FullyEncoded) : icon;
-}
-
-/// Markup parsers refuse a text with control characters as a whole.
-QString markup(const QString &text)
-{
-    QString printable;
-    std::copy_if(text.cbegin(), text.cend(), std::back_inserter(printable),
-                 [](QChar c) { return c.unicode() >= 0x20 || c == QLatin1Char('\n') || c == QLatin1Char('\t'); });
-    return printable.toHtmlEscaped();
 }
 
 void insertProgress(QVariantMap &hints, const QVariant &progress)
@@ -95,6 +87,29 @@ QVariantMap wireHints(const NotificationPrivate &notification)
 
 } // namespace
 
+ServerCapabilities ServerCapabilities::named(const QStringList &names)
+{
+    ServerCapabilities server;
+    server.bodyMarkup = names.contains(QLatin1String("body-markup"));
+    server.persistence = names.contains(QLatin1String("persistence"));
+    server.ours = names.contains(QLatin1String("x-vorn-remote-actions"));
+    server.inlineReply = names.contains(inlineReplyKey());
+    // These came with the on-screen display of the volume. Servers that name the one draw a bar below the texts;
+    // those that name the other take everything with a value for such a display, which has no texts.
+    server.bar = names.contains(QLatin1String("x-canonical-private-synchronous"));
+    server.bareGauge = names.contains(QLatin1String("x-canonical-private-icon-only"));
+    return server;
+}
+
+/// Markup parsers refuse a text with control characters as a whole.
+QString markup(const QString &text)
+{
+    QString printable;
+    std::copy_if(text.cbegin(), text.cend(), std::back_inserter(printable),
+                 [](QChar c) { return c.unicode() >= 0x20 || c == QLatin1Char('\n') || c == QLatin1Char('\t'); });
+    return printable.toHtmlEscaped();
+}
+
 QString ownerName() { return QFileInfo(QCoreApplication::applicationFilePath()).fileName(); }
 
 DesktopNotification toWire(const NotificationPrivate &notification, const ServerCapabilities &server)
@@ -114,6 +129,9 @@ DesktopNotification toWire(const NotificationPrivate &notification, const Server
                      << action.value(QStringLiteral("displayName")).toString();
     }
     wire.hints = wireHints(notification);
+    if (!server.ours) {
+        adaptToForeign(wire, notification, server);
+    }
     // An Android notification stays until somebody removes it. Were it to expire, the application would be told
     // that the user dismissed it.
     wire.expireTimeout = notification.transient || server.persistence ? -1 : 0;

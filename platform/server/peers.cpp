@@ -8,6 +8,14 @@
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusServer>
 
+namespace
+{
+
+QString localPath() { return QStringLiteral("/org/freedesktop/DBus/Local"); }
+QString localInterface() { return QStringLiteral("org.freedesktop.DBus.Local"); }
+
+} // namespace
+
 Server::Server(QObject *parent)
     : QObject(parent)
 {
@@ -20,7 +28,7 @@ Server::Server(QObject *parent)
 Server::~Server()
 {
     for (const QString &peer : qAsConst(m_peers)) {
-        QDBusConnection::disconnectFromPeer(peer);
+        leave(peer);
     }
     if (!m_bus.isEmpty()) {
         QDBusConnection bus(m_bus);
@@ -62,8 +70,7 @@ void Server::addPeer(const QDBusConnection &connection)
     QDBusConnection peer = connection;
     peer.registerObject(protocol::objectPath(), this);
     // How a connection tells that its other end is gone.
-    peer.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), QStringLiteral("org.freedesktop.DBus.Local"),
-                 QStringLiteral("Disconnected"), this, SLOT(removePeer()));
+    peer.connect(QString(), localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(removePeer()));
     m_peers.append(peer.name());
 }
 
@@ -71,5 +78,14 @@ void Server::removePeer()
 {
     const QString name = QDBusContext::connection().name();
     m_peers.removeAll(name);
+    leave(name);
+}
+
+void Server::leave(const QString &name)
+{
+    // A thread of Qt's own closes the connection later, when this object may be gone: it must not find it then.
+    QDBusConnection peer(name);
+    peer.unregisterObject(protocol::objectPath());
+    peer.disconnect(QString(), localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(removePeer()));
     QDBusConnection::disconnectFromPeer(name);
 }

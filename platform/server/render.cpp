@@ -5,6 +5,10 @@
 #include <QtCore/QUrl>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace
 {
@@ -13,10 +17,17 @@ constexpr int barWidth = 24;
 
 enum class Style { Plain, Bold, Dim, Red, Green, Yellow, Blue };
 
-QString styled(const QString &text, Style style, const RenderOptions &options)
+int columns()
+{
+    winsize window = {};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
+}
+
+QString styled(const QString &text, Style style)
 {
     static constexpr const char *codes[] = {"0", "1", "2", "31;1", "32", "33", "34"};
-    if (!options.colour || style == Style::Plain || text.isEmpty()) {
+    static const bool colours = isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR");
+    if (!colours || style == Style::Plain || text.isEmpty()) {
         return text;
     }
     return QStringLiteral("\x1b[%1m%2\x1b[0m").arg(QLatin1String(codes[static_cast<int>(style)]), text);
@@ -90,7 +101,7 @@ QStringList marks(const DesktopNotification &notification)
     const QVariant removable = hints.value(QStringLiteral("x-vorn-user-removable"));
     const int count = hints.value(protocol::itemCountHint()).toInt();
     add(!category.isEmpty(), category);
-    add(count > 0, QStringLiteral("%1 items").arg(count));
+    add(count > 0, QStringLiteral("%1 item%2").arg(count).arg(QLatin1String(count == 1 ? "" : "s")));
     add(hints.value(QStringLiteral("transient")).toBool(), QStringLiteral("passing"));
     add(hints.value(QStringLiteral("resident")).toBool(), QStringLiteral("stays"));
     add(removable.isValid() && !removable.toBool(), QStringLiteral("can't be dismissed"));
@@ -123,6 +134,15 @@ QString buttons(const DesktopNotification &notification)
 
 } // namespace
 
+void print(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    const auto size = static_cast<size_t>(bytes.size());
+    if ((std::fwrite(bytes.constData(), 1, size, stdout) < size || std::fflush(stdout) != 0) && errno != EPIPE) {
+        std::perror("standard output");
+    }
+}
+
 QString printable(const QString &text)
 {
     QString safe = text;
@@ -130,18 +150,18 @@ QString printable(const QString &text)
     return safe;
 }
 
-QString renderShown(const DesktopNotification &notification, bool replaced, const RenderOptions &options)
+QString renderShown(const DesktopNotification &notification, bool replaced)
 {
     const QVariant urgencyHint = notification.hints.value(QStringLiteral("urgency"));
     const bool critical = urgencyHint.toInt() == 2;
     const Style edgeStyle = critical ? Style::Red : replaced ? Style::Blue : Style::Green;
-    const QString edge = styled(QStringLiteral("┃ "), edgeStyle, options);
-    const int inner = std::max(options.width - 2, 20);
+    const QString edge = styled(QStringLiteral("┃ "), edgeStyle);
+    const int inner = std::max(columns() - 2, 20);
 
     QStringList lines;
     const auto add = [&](const QString &text, Style style) {
         if (!text.isEmpty()) {
-            lines.append(edge + styled(text, style, options));
+            lines.append(edge + styled(text, style));
         }
     };
     const QString mark = replaced ? QStringLiteral("↻ ") : QStringLiteral("● ");
@@ -158,10 +178,10 @@ QString renderShown(const DesktopNotification &notification, bool replaced, cons
     return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
 }
 
-QString renderClosed(uint id, const QString &summary, uint reason, const RenderOptions &options)
+QString renderClosed(uint id, const QString &summary, uint reason)
 {
     static const char *const reasons[] = {"", "expired", "dismissed", "closed"};
     const QString why = reason >= 1 && reason <= 3 ? QString::fromLatin1(reasons[reason]) : QStringLiteral("gone");
     const QString what = summary.isEmpty() ? QStringLiteral("notification %1").arg(id) : printable(summary);
-    return styled(QStringLiteral("✕ %1: %2").arg(why, what), Style::Dim, options) + QLatin1Char('\n');
+    return styled(QStringLiteral("✕ %1: %2").arg(why, what), Style::Dim) + QLatin1Char('\n');
 }

@@ -55,7 +55,6 @@ Q_SIGNALS:
     // org.freedesktop.Notifications
     void NotificationClosed(uint id, uint reason);
     void ActionInvoked(uint id, const QString &action);
-    void NotificationReplied(uint id, const QString &text);
     // com.vorn.Notifications.Control
     void Shown(const DesktopNotification &notification, bool replaced);
     void Closed(uint id, uint reason);
@@ -71,6 +70,7 @@ private:
     };
 
     void addPeer(const QDBusConnection &connection);
+    void leave(const QString &name);
     uint nextId();
     void armExpiry(uint id, Entry &entry);
     void close(uint id, CloseReason reason);

@@ -48,7 +48,7 @@ QString objection(const QVariantMap &action, const QString *answer)
     return {};
 }
 
-void call(const QVariantMap &action, const QString *answer, QDBusConnection connection)
+void call(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)
 {
     const bool isBus = connection.interface() != nullptr;
     QDBusMessage message = QDBusMessage::createMethodCall(

@@ -5,18 +5,18 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QProcess>
 #include <QtCore/QSocketNotifier>
-#include <QtCore/QTemporaryDir>
 #include <QtCore/QTextCodec>
-#include <QtCore/QUrl>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace
@@ -30,47 +30,60 @@ Status complain(Status status, const QString &what)
     return status;
 }
 
-bool setUp(QCommandLineParser *parser)
+constexpr const char *epilogue = R"(
+A script holds one JSON object a line, such as
+  {"do":"add","key":"k","appName":"Chat","title":"Ada","text":"Hello","importance":3}
+lumdsim(1) lists all that it can do. The plug-in logs warnings; to see every step of it:
+  lumdsim --logging-rules com.velmo.lumd.plugin.notifications.debug=true
+The environment variable QT_LOGGING_RULES does the same. With NO_COLOR set, terminals get no colours.
+
+Exit status: 0 played to the end, 1 no plug-in, no server or no reader of the output, 2 a bad command line,
+configuration or script, 3 the plug-in misused the host's records.
+)";
+
+/// What is wrong with the command line; empty when nothing is.
+QString setUp(QCommandLineParser *parser)
 {
-    const QFileInfo built(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/kavrel.so"));
-    const QString plugin = built.exists() ? built.filePath() : QStringLiteral(LUMDSIM_PLUGIN);
-    parser->setApplicationDescription(
-        QStringLiteral("Loads the plug-in as the host daemon does and plays a script of Android notifications."));
+    const QDir programs(QCoreApplication::applicationDirPath());
+    const QString built = programs.filePath(QStringLiteral("../lib/kavrel.so"));
+    const QString installed = programs.filePath(QStringLiteral(LUMDSIM_PLUGIN));
+    parser->setApplicationDescription(QStringLiteral(
+        "Loads the plug-in as the host daemon does, plays a script of Android notifications, and prints\n"
+        "what the desktop shows and what the host is told."));
     parser->addOptions({
-        {QStringLiteral("plugin"), QStringLiteral("Plug-in to load."), QStringLiteral("file"), plugin},
-        {QStringLiteral("config"), QStringLiteral("Configuration of the host."), QStringLiteral("file")},
+        {QStringLiteral("plugin"), QStringLiteral("Plug-in to load, if not the one that came along."),
+         QStringLiteral("file"), QDir::cleanPath(QFile::exists(built) ? built : installed)},
+        {QStringLiteral("config"), QStringLiteral("Configuration of the host, an INI file."), QStringLiteral("file")},
         {QStringLiteral("desktop"), QStringLiteral("Notify on this session's desktop.")},
         {QStringLiteral("server"), QStringLiteral("Notify at this D-Bus address."), QStringLiteral("address")},
         {QStringLiteral("json"), QStringLiteral("Print one JSON object a line.")},
+        {QStringLiteral("logging-rules"), QStringLiteral("What to log, in Qt's words."), QStringLiteral("rules")},
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")},
+        {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Print the version.")},
     });
-    parser->addPositionalArgument(QStringLiteral("script"), QStringLiteral("JSON Lines; - is standard input."),
+    parser->addPositionalArgument(QStringLiteral("script"),
+                                  QStringLiteral("File to play; the standard input if there is none, or for -."),
                                   QStringLiteral("[script]"));
-    parser->addHelpOption();
-    parser->addVersionOption();
-    return parser->parse(QCoreApplication::arguments()) && parser->positionalArguments().size() <= 1 &&
-           !(parser->isSet(QStringLiteral("desktop")) && parser->isSet(QStringLiteral("server")));
-}
-
-RenderOptions renderOptions()
-{
-    RenderOptions options;
-    winsize window = {};
-    options.colour = isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR");
-    options.width = ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
-    return options;
+    if (!parser->parse(QCoreApplication::arguments())) {
+        return parser->errorText();
+    }
+    if (parser->positionalArguments().size() > 1) {
+        return QStringLiteral("There can be one script only.");
+    }
+    return parser->isSet(QStringLiteral("desktop")) && parser->isSet(QStringLiteral("server"))
+               ? QStringLiteral("Give either --desktop or --server.")
+               : QString();
 }
 
 /// The address at which our notification server listens; empty when it does not.
-QString startServer(QProcess *process, const QString &directory)
+QString startServer(QProcess *process)
 {
     const QString name = QStringLiteral("kavrel-notification-server");
     const QFileInfo sibling(QCoreApplication::applicationDirPath(), name);
-    // D-Bus addresses take nearly every special character as %XX only, "~" too.
-    const QByteArray socket = QUrl::toPercentEncoding(directory + QStringLiteral("/bus"), "/", "~");
     process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process->start(sibling.isExecutable() ? sibling.filePath() : name,
-                   {QStringLiteral("--address"), QStringLiteral("unix:path=") + QString::fromLatin1(socket),
-                    QStringLiteral("--quiet"), QStringLiteral("--exit-with-parent")});
+                   {QStringLiteral("--address"), QStringLiteral("unix:tmpdir=/tmp"), QStringLiteral("--quiet"),
+                    QStringLiteral("--exit-with-parent")});
     while (!process->canReadLine() && process->waitForReadyRead(5000)) {
     }
     const QString line = QString::fromUtf8(process->readLine()).trimmed();
@@ -91,12 +104,23 @@ const lu_plugin_def *definition(void *library)
     return nullptr;
 }
 
-/// Serves what the notification server calls when the user invokes an action.
-bool serveHost(QObject *object, QDBusConnection client)
+/// Serves what is called when the user invokes an action. What is in the way of notifying anybody; empty when
+/// nothing is.
+QString obstacle(QDBusConnection client, QObject *object, Player *player)
 {
+    const QString host = QStringLiteral("com.velmo.lumd");
+    if (!client.isConnected()) {
+        return QStringLiteral("There is no connection to a notification server: ") + client.lastError().message();
+    }
     const bool onBus = !client.baseService().isEmpty();
-    return client.registerObject(QStringLiteral("/com/velmo/lumd"), object) &&
-           (!onBus || client.registerService(QStringLiteral("com.velmo.lumd")));
+    client.registerObject(QStringLiteral("/com/velmo/lumd"), object);
+    if (onBus && !client.registerService(host)) {
+        return QStringLiteral("Another host is on this session bus: the name %1 is taken.").arg(host);
+    }
+    if (!player->settle()) {
+        return QStringLiteral("No notification server answers: ") + client.lastError().message();
+    }
+    return {};
 }
 
 Status playLine(const QByteArray &line, const QDir &base, const QString &place, Player *player)
@@ -109,6 +133,9 @@ Status playLine(const QByteArray &line, const QDir &base, const QString &place, 
     if (!player->settle()) {
         return complain(NoEnvironment, place + QStringLiteral("the notification server does not answer"));
     }
+    if (std::ferror(stdout)) {
+        return NoEnvironment;
+    }
     return fault.isEmpty() ? Good : complain(BadInput, place + fault);
 }
 
@@ -118,6 +145,12 @@ int playScript(const QFile &file, Player *player)
     const QDir base = QFileInfo(file).dir(); // of standard input: the current one
     const QString name = file.fileName().isEmpty() ? QStringLiteral("standard input") : file.fileName();
     const bool typed = isatty(file.handle()) == 1;
+    if (typed) {
+        std::fputs(
+            "Type one event a line, such as {\"do\":\"add\",\"key\":\"k\",\"title\":\"Hello\",\"importance\":3}; "
+            "Ctrl-D ends.\n",
+            stderr);
+    }
     QByteArray buffer;
     int number = 0;
     QSocketNotifier notifier(file.handle(), QSocketNotifier::Read);
@@ -163,7 +196,7 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
 {
     const bool desktop = parser.isSet(QStringLiteral("desktop"));
     const QString client = desktop ? QDBusConnection::sessionBus().name() : QStringLiteral("peerconnection");
-    Output output(parser.isSet(QStringLiteral("json")), renderOptions());
+    Output output(parser.isSet(QStringLiteral("json")));
     Player player(host, screen, &output, client);
     const QByteArray file = QFile::encodeName(parser.value(QStringLiteral("plugin")));
     void *const library = dlopen(file.constData(), RTLD_NOW | RTLD_LOCAL);
@@ -174,12 +207,8 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
     }
     QObject object;
     new HostObject(&object, &output);
-    int status = NoEnvironment;
-    if (serveHost(&object, QDBusConnection(client)) && player.settle()) {
-        status = playScript(script, &player);
-    } else {
-        complain(NoEnvironment, QStringLiteral("The plug-in does not reach its server."));
-    }
+    const QString fault = obstacle(QDBusConnection(client), &object, &player);
+    const int status = fault.isEmpty() ? playScript(script, &player) : complain(NoEnvironment, fault);
     plugin->unload(&context);
     player.settle();
     dlclose(library);
@@ -192,13 +221,24 @@ int main(int argc, char **argv)
 {
     // Scripts are UTF-8, and so is what is printed, in the C locale too.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    // When nobody reads any more, the plug-in still wants to be unloaded.
+    std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(LUMDSIM_VERSION));
     QCommandLineParser parser;
-    if (!setUp(&parser)) {
-        return complain(BadInput, (parser.errorText() + QLatin1Char('\n') + parser.helpText()).trimmed());
+    const QString fault = setUp(&parser);
+    if (!fault.isEmpty()) {
+        return complain(BadInput, fault + QStringLiteral("\nlumdsim --help lists what there is."));
     }
-    parser.process(application);
+    if (parser.isSet(QStringLiteral("version"))) {
+        parser.showVersion();
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        print(parser.helpText() + QString::fromLatin1(epilogue));
+        return Good;
+    }
+    QLoggingCategory::setFilterRules(
+        parser.value(QStringLiteral("logging-rules")).replace(QLatin1Char(';'), QLatin1Char('\n')));
 
     std::string error;
     const std::string configFile = parser.value(QStringLiteral("config")).toStdString();
@@ -213,12 +253,11 @@ int main(int argc, char **argv)
         return complain(BadInput, QStringLiteral("%1: %2").arg(name, script.errorString()));
     }
 
-    const QTemporaryDir directory;
     QProcess server;
     Screen screen;
     QString address = parser.value(QStringLiteral("server"));
     if (!parser.isSet(QStringLiteral("desktop"))) {
-        address = address.isEmpty() ? startServer(&server, directory.path()) : address;
+        address = address.isEmpty() ? startServer(&server) : address;
         if (address.isEmpty() || !screen.connectTo(address)) {
             return complain(NoEnvironment, QStringLiteral("There is no notification server."));
         }

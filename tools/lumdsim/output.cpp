@@ -4,16 +4,9 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
-#include <cstdio>
 
 namespace
 {
-
-void print(const QByteArray &text)
-{
-    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
-    std::fflush(stdout);
-}
 
 QJsonObject event(QLatin1String name, const QString &key)
 {
@@ -53,10 +46,10 @@ QJsonArray actions(const DesktopNotification &notification)
 
 } // namespace
 
-void Output::step(const QString &text) const
+void Output::say(const QString &line) const
 {
     if (!m_json) {
-        print(QStringLiteral("→ %1\n").arg(printable(text)).toUtf8());
+        print(printable(line) + QLatin1Char('\n'));
     }
 }
 
@@ -71,7 +64,7 @@ void Output::shown(const DesktopNotification &notification, bool replaced)
     json.insert(QStringLiteral("appIcon"), notification.appIcon);
     json.insert(QStringLiteral("actions"), actions(notification));
     json.insert(QStringLiteral("hints"), hints(notification));
-    report(Shown, renderShown(notification, replaced, m_options), json);
+    report(Shown, renderShown(notification, replaced), json);
 }
 
 void Output::action(const QString &key, const QString &title, const QString &identifier)
@@ -100,7 +93,7 @@ void Output::closed(const DesktopNotification &notification, uint reason)
     QJsonObject json = event(QLatin1String("closed"), key(notification));
     json.insert(QStringLiteral("id"), static_cast<qint64>(notification.id));
     json.insert(QStringLiteral("reason"), static_cast<qint64>(reason));
-    report(Closed, renderClosed(notification.id, notification.summary, reason, m_options), json);
+    report(Closed, renderClosed(notification.id, notification.summary, reason), json);
 }
 
 void Output::removed(const QString &key)
@@ -111,8 +104,8 @@ void Output::removed(const QString &key)
 
 void Output::report(Rank rank, const QString &human, const QJsonObject &json)
 {
-    const QByteArray text = m_json ? QJsonDocument(json).toJson(QJsonDocument::Compact) : human.toUtf8();
-    m_held.emplace_back(rank, text.endsWith('\n') ? text : text + '\n');
+    const QString text = m_json ? QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)) : human;
+    m_held.emplace_back(rank, text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
     ++m_reports;
     onReport();
 }

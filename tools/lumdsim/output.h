@@ -13,14 +13,13 @@
 class Output
 {
 public:
-    Output(bool json, const RenderOptions &options)
+    explicit Output(bool json)
         : m_json(json)
-        , m_options(options)
     {
     }
 
-    /// What the script does; printed at once, for people only.
-    void step(const QString &text) const;
+    /// Prints at once, for people only.
+    void say(const QString &line) const;
     void shown(const DesktopNotification &notification, bool replaced);
     void action(const QString &key, const QString &title, const QString &identifier);
     void invoked(const QString &method, const QStringList &arguments);
@@ -39,7 +38,6 @@ private:
     void report(Rank rank, const QString &human, const QJsonObject &json);
 
     bool m_json;
-    RenderOptions m_options;
     int m_reports = 0;
-    std::vector<std::pair<Rank, QByteArray>> m_held;
+    std::vector<std::pair<Rank, QString>> m_held;
 };

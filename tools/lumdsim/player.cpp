@@ -41,6 +41,10 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output, QString client)
 
 QString Player::play(const Event &event)
 {
+    if (event.verb.isEmpty()) {
+        m_output->say(event.comment);
+        return {};
+    }
     const QString key = event.text("key");
     const QString action = event.text("action");
     const QByteArray keyBytes = key.toUtf8();
@@ -53,11 +57,7 @@ QString Player::play(const Event &event)
         m_host->dexoptNotify(summary.constData(), body.constData(), progress);
     };
     const auto act = [&] { fault = m_screen->act(event.verb, key, action, event.text("text")); };
-    struct Deed {
-        const char *phrase;
-        std::function<void()> perform;
-    };
-    const QHash<QString, Deed> deeds = {
+    const QHash<QString, std::pair<const char *, std::function<void()>>> deeds = {
         {QStringLiteral("add"), {"host adds", [&] { m_host->add(record); }}},
         {QStringLiteral("remove"), {"host removes", [&] { m_host->remove(keyBytes.constData()); }}},
         {QStringLiteral("clear"), {"host clears", [&] { m_host->clear(); }}},
@@ -71,11 +71,10 @@ QString Player::play(const Event &event)
         {QStringLiteral("reply"), {"user replies", act}},
         {QStringLiteral("dismiss"), {"user dismisses", act}},
     };
-    const auto deed = deeds.constFind(event.verb);
-    if (deed != deeds.constEnd()) {
-        m_output->step(QStringList{QLatin1String(deed->phrase), key, action}.join(QLatin1Char(' ')).trimmed());
-        deed->perform();
-    }
+    const auto [phrase, perform] = deeds.value(event.verb);
+    m_output->say(
+        QStringList{QStringLiteral("→"), QLatin1String(phrase), key, action}.join(QLatin1Char(' ')).trimmed());
+    perform();
     return fault;
 }
 

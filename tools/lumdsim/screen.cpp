@@ -6,21 +6,17 @@
 
 using Control = ComVornNotificationsControlInterface;
 
-Screen::Screen() = default;
-
-Screen::~Screen() = default;
-
 bool Screen::connectTo(const QString &address)
 {
     registerDesktopNotificationTypes();
-    m_control = std::make_unique<Control>(QString(), protocol::objectPath(),
-                                          QDBusConnection::connectToPeer(address, QStringLiteral("lumdsim-control")));
+    const QDBusConnection connection = QDBusConnection::connectToPeer(address, QStringLiteral("lumdsim-control"));
+    m_control = new Control(QString(), protocol::objectPath(), connection, this);
     m_control->setTimeout(5000);
-    connect(m_control.get(), &Control::Shown, this, [this](const DesktopNotification &notification, bool replaced) {
+    connect(m_control, &Control::Shown, this, [this](const DesktopNotification &notification, bool replaced) {
         m_shown.insert(notification.id, notification);
         Q_EMIT shown(notification, replaced);
     });
-    connect(m_control.get(), &Control::Closed, this,
+    connect(m_control, &Control::Closed, this,
             [this](uint id, uint reason) { Q_EMIT closed(m_shown.take(id), reason); });
     return roundTrip();
 }

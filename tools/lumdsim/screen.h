@@ -5,8 +5,6 @@
 #include <QtCore/QMap>
 #include <QtCore/QObject>
 
-#include <memory>
-
 class ComVornNotificationsControlInterface;
 
 /// Watches what our notification server shows, and plays the user there, over a connection of its own.
@@ -16,9 +14,6 @@ class Screen : public QObject
     Q_OBJECT
 
 public:
-    Screen();
-    ~Screen() override;
-
     /// False when no server of ours is there.
     bool connectTo(const QString &address);
     /// Returns once all that the server sent before has arrived; false when it does not answer.
@@ -33,6 +28,6 @@ Q_SIGNALS:
     void closed(const DesktopNotification &notification, uint reason);
 
 private:
-    std::unique_ptr<ComVornNotificationsControlInterface> m_control;
+    ComVornNotificationsControlInterface *m_control = nullptr;
     QMap<uint, DesktopNotification> m_shown;
 };

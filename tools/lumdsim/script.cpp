@@ -42,6 +42,7 @@ bool readEvent(const QByteArray &line, const QDir &iconBase, Event *event, QStri
 {
     const QByteArray content = line.trimmed();
     if (content.isEmpty() || content.startsWith('#')) {
+        event->comment = QString::fromUtf8(content);
         return true;
     }
     QJsonParseError problem;

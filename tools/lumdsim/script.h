@@ -4,7 +4,8 @@
 
 /// One line of a script: something that the host or the user does.
 struct Event {
-    QString verb; ///< the member "do"; empty for a blank line and a comment
+    QString verb;    ///< the member "do"; empty for a blank line and a comment
+    QString comment; ///< as it is in the script
     QJsonObject members = {};
     lumd::Record record = nullptr; ///< the members as a host's record
 

@@ -103,9 +103,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotificati
     return argument;
 }
 
-QVariant plainVariant(const QVariant &value) { return plain(value, 0); }
-
-QVariantMap plainMap(const QVariantMap &map) { return plainVariant(map).toMap(); }
+QVariantMap plainMap(const QVariantMap &map) { return plain(map, 0).toMap(); }
 
 void registerDesktopNotificationTypes()
 {

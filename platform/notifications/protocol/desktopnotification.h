@@ -22,12 +22,11 @@ Q_DECLARE_METATYPE(DesktopNotification)
 Q_DECLARE_METATYPE(DesktopNotificationList)
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DesktopNotification &notification);
-/// Hints arrive free of `QDBusArgument` (see `plainVariant`).
+/// Hints arrive free of `QDBusArgument` (see `plainMap`).
 const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotification &notification);
 
-/// `value` with every nested `QDBusArgument` and `QDBusVariant` turned into maps, lists and plain values, so
+/// `map` with every nested `QDBusArgument` and `QDBusVariant` turned into maps, lists and plain values, so
 /// that it can be kept, compared and sent on.
-QVariant plainVariant(const QVariant &value);
 QVariantMap plainMap(const QVariantMap &map);
 
 /// Makes the types known to Qt D-Bus; cheap to call again.

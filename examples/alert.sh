@@ -1,0 +1,4 @@
+#!/bin/sh
+# An alert command: one line for each notification that deserves attention. Quote the variables, they hold what
+# strangers wrote.
+printf '%s  %s: %s\n' "$(date +%H:%M:%S)" "$APP_NAME" "$TITLE" >>"${ALERT_LOG:-$HOME/alerts.log}"

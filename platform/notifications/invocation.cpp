@@ -1,0 +1,72 @@
+#include "foreign.h"
+#include "notification.h"
+#include "notification_p.h"
+#include "notificationconnection.h"
+
+#include <QtDBus/QDBusMessage>
+
+#include <algorithm>
+
+namespace
+{
+
+/// The action's method call over `connection`; a peer has no names.
+QDBusMessage methodCall(const QVariantMap &action, const QString &answer, const QDBusConnection &connection)
+{
+    const bool isBus = connection.interface() != nullptr;
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        isBus ? action.value(QStringLiteral("service")).toString() : QString(),
+        action.value(QStringLiteral("path")).toString(), action.value(QStringLiteral("interface")).toString(),
+        action.value(QStringLiteral("method")).toString());
+    QVariantList arguments = action.value(QStringLiteral("arguments")).toList();
+    if (!answer.isNull()) {
+        arguments.append(answer);
+    }
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return message;
+}
+
+} // namespace
+
+void NotificationConnection::onActionInvoked(uint id, const QString &key)
+{
+    Notification *const notification = m_live.value(id);
+    if (!notification) {
+        return;
+    }
+    if (m_capabilities.ours) {
+        Q_EMIT notification->actionInvoked(key);
+        return;
+    }
+    const QVector<Button> offered = buttons(notification->d->remoteActions, m_capabilities.inlineReply);
+    const auto button =
+        std::find_if(offered.cbegin(), offered.cend(), [&key](const Button &each) { return each.key == key; });
+    // Some servers report a tap where none was offered.
+    if (button != offered.cend() && key != inlineReplyKey()) {
+        invoke(notification, button->action, button->answer);
+    }
+}
+
+void NotificationConnection::onReplied(uint id, const QString &text)
+{
+    Notification *const notification = m_live.value(id);
+    if (!notification || m_capabilities.ours) {
+        return;
+    }
+    const QVector<Button> offered = buttons(notification->d->remoteActions, m_capabilities.inlineReply);
+    for (const Button &button : offered) {
+        if (button.key == inlineReplyKey()) {
+            // A text is an answer even when it is empty; a null one would be left out.
+            invoke(notification, button.action, text.isNull() ? QStringLiteral("") : text);
+            return;
+        }
+    }
+}
+
+/// Does what our server does when the user invokes an action, and other servers know nothing of.
+void NotificationConnection::invoke(Notification *notification, const QVariantMap &action, const QString &answer) const
+{
+    m_connection.send(methodCall(action, answer, m_connection));
+    Q_EMIT notification->actionInvoked(action.value(QStringLiteral("name")).toString());
+}
