@@ -4,18 +4,19 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QTextCodec>
 #include <QtCore/QThreadPool>
-#include <QtTest/QtTest>
 
 #include <thread>
 
 namespace
 {
 
-QString contents(const QString &path)
+/// A configuration with a shell script, on one line, as the alert command. Its "$TMPDIR" is the test's own.
+std::string config(QByteArray script)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return "[Notifications]\nNotifAlertCommand = sh -c \"" + script.replace("\"", "\"\"\"").toStdString() + "\"\n";
 }
+
+QString out() { return contents(qgetenv("TMPDIR") + "/out"); }
 
 } // namespace
 
@@ -25,156 +26,98 @@ class AlertsTest : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
-    void init() { m_directory = std::make_unique<QTemporaryDir>(); }
-    void environment_data();
-    void environment();
-    void whichNotificationsAlert();
-    void oneAtATimeInOrder();
-    void commandThatCannotStart_data();
-    void commandThatCannotStart();
-    void faultyRuns();
-    void slowCommandsAreKilled();
-    void unloadWhileRunning();
 
-private:
-    /// The configuration with an alert command that runs a shell script; `out` in it is a file.
-    std::string config(const QByteArray &script)
+    void environment()
     {
-        QFile file(m_directory->filePath("alert.sh"));
-        file.open(QIODevice::WriteOnly);
-        file.write("out='" + out().toUtf8() + "'\n" + script);
-        return "[Notifications]\nNotifAlertCommand = /bin/sh \"" + file.fileName().toStdString() + "\"\n";
+        qputenv("SUBTEXT", "inherited");
+        qputenv("OTHER", "kept");
+        World world(config(R"(printf '%s|%s|%s|%s|%s|%s|%s\n' "${TITLE?}" "${PACKAGE_NAME?}" "${APP_NAME?}" )"
+                           R"("${BODY?}" "${SUBTEXT?}" "${CATEGORY?}" "$OTHER" >>"$TMPDIR/out")"));
+        world.play(R"("importance":3,"title":"Ada","package":"org.x","appName":"Chat","text":"Hi","category":"msg")");
+        world.play(R"("importance":3,"title":"$(id) `id` \\ %n","text":"two\nlines","subText":"✓ é 日本")");
+        world.play(R"("importance":3,"title":"\u0022q\u0022 'q'")");
+        QTRY_COMPARE(out(), "Ada|org.x|Chat|Hi||msg|kept\n$(id) `id` \\ %n|||two\nlines|✓ é 日本||kept\n"
+                            "\"q\" 'q'||||||kept\n");
     }
-    QString out() const { return m_directory->filePath("out"); }
 
-    std::unique_ptr<QTemporaryDir> m_directory;
-};
-
-void AlertsTest::environment_data()
-{
-    QTest::addColumn<QString>("json");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("all") << R"({"key":"k","importance":3,"title":"Ada","package":"org.example","appName":"Chat",
-                               "text":"Hi","subText":"Work","category":"msg"})"
-                         << "Ada|org.example|Chat|Hi|Work|msg|kept";
-    QTest::newRow("nothing but the title") << R"({"key":"k","importance":3,"title":"Ada"})"
-                                           << "Ada||||||kept";
-    QTest::newRow("never interpreted")
-        << R"({"key":"k","importance":4,"title":"$(touch /tmp/x) `id` \"q\" 'q' \\ %n","text":"two\nlines ✓ é 日本"})"
-        << "$(touch /tmp/x) `id` \"q\" 'q' \\ %n|||two\nlines ✓ é 日本|||kept";
-}
-
-void AlertsTest::environment()
-{
-    QFETCH(QString, json);
-    qputenv("TITLE", "inherited");
-    qputenv("OTHER", "kept");
-    World world(config(R"(printf '%s|%s|%s|%s|%s|%s|%s' "${TITLE?}" "${PACKAGE_NAME?}" "${APP_NAME?}" \
-        "${BODY?}" "${SUBTEXT?}" "${CATEGORY?}" "$OTHER" >"$out.new" && mv "$out.new" "$out")"));
-    world.add(json.toUtf8());
-    QTRY_VERIFY(QFile::exists(out()));
-    QTEST(contents(out()), "expected");
-}
-
-void AlertsTest::whichNotificationsAlert()
-{
-    World world(config(R"(echo "$TITLE" >>"$out")"));
-    const auto add = [&world](const char *title, int importance, bool lowUrgency = false) {
-        world.add(QString(R"({"key":"k","title":"%1","importance":%2,"lowUrgency":%3})")
-                      .arg(title)
-                      .arg(importance)
-                      .arg(lowUrgency ? "true" : "false")
-                      .toUtf8());
-    };
-    add("low", 1);
-    add("low but flagged", 1, true);
-    add("normal", 2);
-    add("normal", 2);
-    add("changed", 2);
-    add("critical", 4);
-    add("low again", 0);
-    add("last", 3);
-    QTRY_COMPARE(contents(out()), QString("low but flagged\nnormal\nchanged\ncritical\nlast\n"));
-}
-
-void AlertsTest::oneAtATimeInOrder()
-{
-    World world(config(R"(mkdir "$out.running" || echo overlap >>"$out"
-                                     echo "$TITLE" >>"$out"; rmdir "$out.running")"));
-    QString expected;
-    for (int i = 0; i < 60; ++i) {
-        world.add(QString(R"({"key":"%1","title":"%2","importance":3})").arg(i % 7).arg(i).toUtf8());
-        expected += QString("%1\n").arg(i);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(contents(out()), expected, 30000);
-}
-
-void AlertsTest::commandThatCannotStart_data()
-{
-    QTest::addColumn<QString>("command");
-    for (const char *command : {"/nonexistent/command", "/etc/passwd", "/", " ", "\"", "sh -c \"exit 3"}) {
-        QTest::newRow(command) << QString(command);
-    }
-}
-
-void AlertsTest::commandThatCannotStart()
-{
-    QFETCH(QString, command);
-    QElapsedTimer timer;
-    timer.start();
-    runAlertCommand("t", {}, {}, {}, {}, {}, command.toStdString());
-    QVERIFY(timer.elapsed() < 20000);
-}
-
-/// Whatever becomes of a run, the next one starts.
-void AlertsTest::faultyRuns()
-{
-    World world(config(R"(echo "$TITLE" >>"$out"
-        case $TITLE in
-        fails) exit 3 ;;
-        killed) kill -9 $$ ;;
-        floods) head -c 100000000 /dev/zero; head -c 1000000 /dev/zero >&2 ;;
-        forks) sleep 20 & ;;
-        esac)"));
-    QString expected;
-    for (const char *title : {"fails", "killed", "floods", "forks", "last"}) {
-        world.add(QString(R"({"key":"k","title":"%1","importance":3})").arg(title).toUtf8());
-        expected += QString("%1\n").arg(title);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(contents(out()), expected, 18000);
-}
-
-void AlertsTest::slowCommandsAreKilled()
-{
-    const QString sleeper = QString("sh -c \"sleep 120; touch %1\"").arg(out());
-    const QString reader = QString("sh -c \"read line; touch %1\"").arg(out());
-    QElapsedTimer timer;
-    timer.start();
-    std::thread other([&] { runAlertCommand({}, {}, {}, {}, {}, {}, reader.toStdString()); });
-    runAlertCommand({}, {}, {}, {}, {}, {}, sleeper.toStdString());
-    other.join();
-    QVERIFY2(timer.elapsed() >= 29000 && timer.elapsed() < 60000, qPrintable(QString::number(timer.elapsed())));
-    QVERIFY(!QFile::exists(out()));
-}
-
-void AlertsTest::unloadWhileRunning()
-{
-    QElapsedTimer timer;
+    void whichNotificationsAlert()
     {
-        World world(config(R"(echo "$TITLE" >>"$out"; while [ ! -e "$out.go" ]; do sleep 0.01; done
-                                         echo done >>"$out")"));
-        world.add(R"({"key":"a","title":"first","importance":3})");
-        world.add(R"({"key":"b","title":"never","importance":3})");
-        QTRY_COMPARE(contents(out()), QString("first\n"));
+        World world(config(R"(echo "$TITLE" >>"$TMPDIR/out")"));
+        for (const char *const members :
+             {R"("title":"low","importance":1)", R"("title":"low but flagged","importance":1,"lowUrgency":true)",
+              R"("title":"normal","importance":2)", R"("title":"normal","importance":2)",
+              R"("title":"changed","importance":2)", R"("title":"critical","importance":4)",
+              R"("title":"low again","importance":0)", R"("title":"last","importance":3)"}) {
+            world.play(members);
+        }
+        QTRY_COMPARE(out(), "low but flagged\nnormal\nchanged\ncritical\nlast\n");
+    }
+
+    void oneAtATimeInOrder()
+    {
+        World world(config(R"(mkdir "$TMPDIR/lock" || echo overlap >>"$TMPDIR/out"; )"
+                           R"(echo "$TITLE" >>"$TMPDIR/out"; rmdir "$TMPDIR/lock")"));
+        QString expected;
+        for (int i = 100; i < 160; ++i) {
+            world.play("\"importance\":3,\"title\":\"" + QByteArray::number(i) + '"');
+            expected += QString::number(i) + '\n';
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(out(), expected, 30000);
+    }
+
+    void commandThatCannotStart()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        for (const char *const command : {"/nonexistent/command", "/etc/passwd", "/", " ", "\"", "sh -c \"exit 3"}) {
+            runAlertCommand("t", {}, {}, {}, {}, {}, command);
+        }
+        QVERIFY(timer.elapsed() < 20000);
+    }
+
+    /// Whatever becomes of a run, the next one starts.
+    void faultyRuns()
+    {
+        World world(
+            config(R"(echo "$TITLE" >>"$TMPDIR/out"; case $TITLE in fails) exit 3;; killed) kill -9 $$;; )"
+                   "floods) head -c 100000000 /dev/zero; head -c 1000000 /dev/zero >&2;; forks) sleep 20& esac"));
+        for (const char *const title : {"fails", "killed", "floods", "forks", "last"}) {
+            world.play(QString(R"("title":"%1","importance":3)").arg(title).toUtf8());
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(out(), "fails\nkilled\nfloods\nforks\nlast\n", 18000);
+    }
+
+    void slowCommandsAreKilled()
+    {
+        const QTemporaryDir directory;
+        const std::string end = "touch " + directory.filePath("out").toStdString() + '"';
+        QElapsedTimer timer;
+        timer.start();
+        std::thread other([&end] { runAlertCommand({}, {}, {}, {}, {}, {}, "sh -c \"read line; " + end); });
+        runAlertCommand({}, {}, {}, {}, {}, {}, "sh -c \"sleep 120; " + end);
+        other.join();
+        QVERIFY2(timer.elapsed() >= 29000 && timer.elapsed() < 60000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(!QFile::exists(directory.filePath("out")));
+    }
+
+    /// Unloading neither waits for the running command nor ends it; what waits for its turn is dropped.
+    void unloadWhileRunning()
+    {
+        World world(config(R"(echo "$TITLE" >>"$TMPDIR/out"; while [ ! -e "$TMPDIR/go" ]; do sleep 0.01; done; )"
+                           R"(echo done >>"$TMPDIR/out")"));
+        world.play(R"("key":"a","title":"first","importance":3)");
+        world.play(R"("key":"b","title":"never","importance":3)");
+        QTRY_COMPARE(out(), "first\n");
+        QElapsedTimer timer;
         timer.start();
         world.unload();
         QVERIFY(timer.elapsed() < 5000);
+        QVERIFY(QFile(qgetenv("TMPDIR") + "/go").open(QIODevice::WriteOnly));
+        QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
+        QCoreApplication::processEvents();
+        QCOMPARE(out(), "first\ndone\n");
     }
-    QVERIFY(QFile(out() + ".go").open(QIODevice::WriteOnly));
-    QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
-    QCoreApplication::processEvents();
-    QCOMPARE(contents(out()), QString("first\ndone\n"));
-}
+};
 
 QTEST_GUILESS_MAIN(AlertsTest)
 #include "tst_alerts.moc"

@@ -5,7 +5,6 @@
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusServer>
 #include <QtDBus/QDBusVirtualObject>
-#include <QtTest/QtTest>
 
 /// A server that is not ours, at the far end of a peer connection, where calls of the host's methods arrive too.
 class ForeignServer : public QDBusVirtualObject
@@ -63,88 +62,57 @@ class ForeignTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void isServedWell_data();
-    void isServedWell();
-};
-
-void ForeignTest::isServedWell_data()
-{
-    for (const char *column : {"capability", "body", "reply", "signal", "argument", "call", "told"}) {
-        QTest::addColumn<QString>(column);
-    }
-    QTest::addColumn<int>("value");
-    QTest::newRow("answer typed") << "inline-reply"
-                                  << "a <b> · 25%\nme & you"
-                                  << "inline-reply"
-                                  << "NotificationReplied"
-                                  << "Hi"
-                                  << "notificationActionInvokeInput k Reply Hi"
-                                  << "action k Reply|1" << 25;
-    QTest::newRow("nowhere to type") << "body-markup"
-                                     << "a &lt;b&gt; · 25%\n<i>me &amp; you</i>"
-                                     << "Reply|1"
-                                     << "ActionInvoked"
-                                     << "Reply|1"
-                                     << "notificationActionInvoke k default"
-                                     << "action k default" << 25;
-    QTest::newRow("answer chosen") << "x-canonical-private-icon-only"
-                                   << "a <b> · 25%\nme & you"
-                                   << "Reply|1"
-                                   << "ActionInvoked"
-                                   << "Mood|2#1"
-                                   << "notificationActionInvokeInput k Mood Bad"
-                                   << "action k Mood|2" << 0;
-    QTest::newRow("button") << "x-canonical-private-synchronous"
-                            << "a <b>\nme & you"
-                            << "Reply|1"
-                            << "ActionInvoked"
-                            << "Mute|3"
-                            << "notificationActionInvoke k Mute"
-                            << "action k Mute|3" << 25;
-}
-
-void ForeignTest::isServedWell()
-{
-    const auto expected = [](const char *column) {
-        return *static_cast<QString *>(QTest::qData(column, QMetaType::QString));
-    };
-    QThread thread;
-    thread.start();
-    ForeignServer *server = nullptr;
-    QObject context;
-    context.moveToThread(&thread);
-    QMetaObject::invokeMethod(
-        &context,
-        [&] {
-            server = new ForeignServer({"actions", expected("capability")});
-        },
-        Qt::BlockingQueuedConnection);
-    connect(&thread, &QThread::finished, server, &QObject::deleteLater);
+    void isServedWell_data()
     {
-        World world(World::Options{"[Notifications]\nNotifActionInput=true", false, server->address(), true});
-        world.add(R"({"key":"k","title":"t","text":"a <b>","subText":"me & you","category":"msg","progress":1,
-            "progressMax":4,"actions":[{"title":"default"},
-            {"title":"Reply","identifier":"1","freeInput":true,"inputLabel":"Message"},
-            {"title":"Mood","identifier":"2","choices":["Good","Bad"]},{"title":"Mute","identifier":"3"}]})");
-        const QVariantList notify = server->locked(server->notify);
-        QCOMPARE(notify.value(4).toString(), expected("body"));
-        QCOMPARE(notify.value(5).toStringList().join(','),
-                 QString("default,Open,%1,Reply,Mood|2#0,Good,Mood|2#1,Bad,Mute|3,Mute").arg(expected("reply")));
-        const auto hints = qdbus_cast<QVariantMap>(notify.value(6));
-        QFETCH(const int, value);
-        QCOMPARE(hints.value("value").toInt(), value);
-        QCOMPARE(hints.value("category").toString(), QString("im.received"));
-        QCOMPARE(hints.value("x-kde-reply-placeholder-text") == "Message", expected("reply") == "inline-reply");
-
-        server->signal(expected("signal"), 8, expected("argument")); // another program's
-        server->signal("ActionInvoked", 7, "never offered");
-        server->signal(expected("signal"), 7, expected("argument"));
-        QTRY_COMPARE(world.told, QStringList(expected("told")));
-        QTRY_COMPARE(server->locked(server->calls), QStringList(expected("call")));
+        table({"capability", "body", "reply", "signal", "argument", "call", "told", "value"}, R"(
+            inline-reply => a <b> · 25%\nme & you => inline-reply => NotificationReplied => Hi
+                => notificationActionInvokeInput k Reply Hi => action k Reply|1 => 25
+            body-markup => a &lt;b&gt; · 25%\n<i>me &amp; you</i> => Reply|1 => ActionInvoked => Reply|1
+                => notificationActionInvoke k default => action k default => 25
+            x-canonical-private-icon-only => a <b> · 25%\nme & you => Reply|1 => ActionInvoked => Mood|2#1
+                => notificationActionInvokeInput k Mood Bad => action k Mood|2 => 0
+            x-canonical-private-synchronous => a <b>\nme & you => Reply|1 => ActionInvoked => Mute|3
+                => notificationActionInvoke k Mute => action k Mute|3 => 25
+        )");
     }
-    thread.quit();
-    thread.wait();
-}
+    void isServedWell()
+    {
+        const auto expected = [](const char *column) {
+            return *static_cast<QString *>(QTest::qData(column, QMetaType::QString));
+        };
+        QThread thread;
+        thread.start();
+        ForeignServer *server = nullptr;
+        QObject context;
+        context.moveToThread(&thread);
+        const auto listen = [&] { server = new ForeignServer({"actions", expected("capability")}); };
+        QMetaObject::invokeMethod(&context, listen, Qt::BlockingQueuedConnection);
+        connect(&thread, &QThread::finished, server, &QObject::deleteLater);
+        {
+            World world("[Notifications]\nNotifActionInput=true", server->address());
+            world.play(R"("title":"t","text":"a <b>","subText":"me & you","category":"msg","progress":1,"progressMax":4,
+                "actions":[{"title":"default"},
+                {"title":"Reply","identifier":"1","freeInput":true,"inputLabel":"Message"},
+                {"title":"Mood","identifier":"2","choices":["Good","Bad"]},{"title":"Mute","identifier":"3"}])");
+            const QVariantList notify = server->locked(server->notify);
+            QCOMPARE(notify.value(4).toString().replace('\n', "\\n"), expected("body"));
+            QCOMPARE(notify.value(5).toStringList().join(','),
+                     QString("default,Open,%1,Reply,Mood|2#0,Good,Mood|2#1,Bad,Mute|3,Mute").arg(expected("reply")));
+            const auto hints = qdbus_cast<QVariantMap>(notify.value(6));
+            QCOMPARE(hints["value"].toInt(), expected("value").toInt());
+            QCOMPARE(hints["category"], "im.received");
+            QCOMPARE(hints["x-kde-reply-placeholder-text"] == "Message", expected("reply") == "inline-reply");
+
+            server->signal(expected("signal"), 8, expected("argument")); // another program's
+            server->signal("ActionInvoked", 7, "never offered");
+            server->signal(expected("signal"), 7, expected("argument"));
+            QTRY_COMPARE(world.told, QStringList(expected("told")));
+            QTRY_COMPARE(server->locked(server->calls), QStringList(expected("call")));
+        }
+        thread.quit();
+        thread.wait();
+    }
+};
 
 QTEST_GUILESS_MAIN(ForeignTest)
 #include "tst_foreign.moc"

@@ -1,219 +1,164 @@
-#include "server.h"
 #include "world.h"
 
-#include <QtTest/QtTest>
-
-#include <limits>
-
-namespace
-{
-
-QString expected(const char *text) { return QString::fromUtf8(text); }
-
-} // namespace
-
-/// What one Android notification looks like when it reaches the desktop.
+/// What the host's notifications and messages look like when they reach the desktop, first and again.
 class TranslationTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void property_data();
-    void property();
-    void remoteActions_data();
-    void remoteActions();
-    void invalidUtf8();
-    void integersAreCutToTheirWidth();
-    void transientMessages();
+    void property_data()
+    {
+        table({"line", "properties"}, R"(
+            "key":"k" => appName=; summary=; body=; appIcon=; actions=; expireTimeout=-1; x-vorn-origin-key=k
+            "key":"k" => x-vorn-origin-package=; x-vorn-color=auto; urgency=uchar 0; x-vorn-priority=int 0
+            "key":"k" => x-vorn-display-on=bool true; x-vorn-user-removable=bool false; !category; !x-vorn-feedback
+            "key":"k" => !suppress-sound; !x-vorn-vibrate; !x-vorn-led-argb; !resident; !transient; !value; !image-path
+            "key":"k" => !x-vorn-item-count; !x-vorn-timestamp; !x-vorn-remote-actions; !x-vorn-progress
+            "key":"a|b","package":"p","appName":"Chat" => appName=Chat; x-vorn-origin-key=a|b; x-vorn-origin-package=p
+            "title":"Ada","text":"✓\nHi","subText":"To" => summary=Ada; body=✓\nHi; x-vorn-sub-text=To
+            "importance":-1,"category":"MSG" => x-vorn-priority=int -25; urgency=uchar 1; category=MSG; !x-vorn-feedback
+            "importance":1,"category":"msg " => x-vorn-priority=int 25; urgency=uchar 0; category=msg ; !x-vorn-feedback
+            "importance":2,"category":"event" => x-vorn-priority=int 50; urgency=uchar 1; category=calendar
+            "importance":3,"category":"email" => x-vorn-priority=int 75; urgency=uchar 1; category=email
+            "importance":4,"category":"alarm" => x-vorn-priority=int 100; urgency=uchar 2; category=clock
+            "importance":5,"category":"msg" => x-vorn-priority=int 125; urgency=uchar 2; category=chat
+            "importance":6,"category":"alarm" => x-vorn-priority=int 150; urgency=uchar 1; x-vorn-feedback=clock
+            "importance":5,"lowUrgency":true,"category":"event" => urgency=uchar 0; x-vorn-feedback=calendar
+            "importance":4,"lowUrgency":true,"category":"email" => urgency=uchar 0; x-vorn-feedback=email,email_exists
+            "importance":2147483647,"category":"msg" => x-vorn-priority=int 2147483623; x-vorn-feedback=chat,chat_exists
+            "color":128,"ledColor":4278255360 => x-vorn-color=#000080; x-vorn-led-argb=int -16711936
+            "color":4280391411,"timestamp":4294967297 => x-vorn-color=#ff2196f3; x-vorn-timestamp=qlonglong 4294967297
+            "color":-16711936,"itemCount":-3 => x-vorn-color=#ff00ff00; !x-vorn-item-count
+            "color":4294967296,"itemCount":4294967299 => x-vorn-color=auto; x-vorn-item-count=int 3
+            "vibrate":true => x-vorn-vibrate=bool true; x-vorn-display-on=bool true; !suppress-sound
+            "silent":true => suppress-sound=bool true; !x-vorn-vibrate; !x-vorn-display-on
+            "silent":true,"vibrate":true
+                => suppress-sound=bool true; x-vorn-vibrate=bool true; x-vorn-display-on=bool true
+            "progressMax":4,"progress":1 => value=int 25; x-vorn-progress=double 0.25
+            "progressMax":2,"progress":3 => value=int 100; x-vorn-progress=double 1.5
+            "progressMax":2,"progress":-1 => x-vorn-progress=double -0.5
+            "progressMax":0,"progress":1 => !value; !x-vorn-progress
+            "progressMax":100,"progress":40,"indeterminate":true => x-vorn-progress=int -1; !value
+            "ongoing":true,"clearable":true => resident=bool true; !x-vorn-user-removable
+            "actions":[] => actions=; !x-vorn-remote-actions
+            "actions":[{"title":"R","freeInput":true},{"title":"A","choices":["Y"]},{"title":"G","identifier":"4"}]
+                => actions=G|4,G
+            "do":"publish","text":"T","warning":true => summary=T; appIcon=icon-lock-warning; urgency=uchar 2; body=
+            "do":"publish" => summary=; appIcon=icon-s-android; urgency=uchar 1; transient=bool true; appName=
+            "do":"installResult","headline":"h","detail":"d" => x-vorn-preview-summary=h: d; transient=bool true
+            "do":"installResult","headline":"h","message":"m" => x-vorn-preview-summary=h; !x-vorn-preview-body
+            "do":"installResult","message":"m","code":-3 => x-vorn-preview-body=m; !x-vorn-preview-summary
+            "do":"installResult","appName":"X","code":1 => appName=X; appIcon=icon-s-android; image-path=icon-s-android
+            "do":"uninstallResult","detail":"d" => x-vorn-preview-summary=: d; !x-vorn-origin-key; !transient
+            "do":"uninstallResult","message":"m","code":4294967296 => x-vorn-preview-body=m; !x-vorn-preview-summary
+        )");
+    }
+    void property()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, properties);
+        World world;
+        world.play(line.toUtf8());
+        QCOMPARE(world.seen(properties), properties);
+        QCOMPARE(world.notifies, QList<bool>{false});
+    }
+
+    void remoteActions()
+    {
+        World world("[Notifications]\nNotifActionInput = true\n");
+        world.play(R"("actions":[{"title":"default","identifier":"9"},
+            {"title":"Reply","identifier":"1","inputLabel":"Message","freeInput":true},
+            {"title":"Answer","identifier":"2|x","choices":["Yes","No"]},{"identifier":"3"}])");
+        const QString call = R"({"arguments":["k","%1"],"displayName":"%1",%3"interface":"com.velmo.lumd","method":)"
+                             R"("notificationActionInvoke%4","name":"%2","path":"/com/velmo/lumd","service":)"
+                             R"("com.velmo.lumd"})";
+        const QString reply = R"("input":{"choices":[],"freeInput":true,"label":"Message"},)";
+        const QString answer = R"("input":{"choices":["Yes","No"],"freeInput":false,"label":""},)";
+        const QStringList calls = {call.arg("default", "default", "", ""), call.arg("Reply", "Reply|1", reply, "Input"),
+                                   call.arg("Answer", "Answer|2|x", answer, "Input"), call.arg("", "|3", "", "")};
+        const QString expected = "actions=default,default,Reply|1,Reply,Answer|2|x,Answer,|3,; "
+                                 "x-vorn-remote-actions=QVariantList [" +
+                                 calls.join(',') + ']';
+        QCOMPARE(world.seen(expected), expected);
+    }
+
+    void oddTexts()
+    {
+        World world;
+        world.add("k\xff", "caf\xe9", {}, {});
+        QCOMPARE(world.only().summary, "caf\uFFFD");
+        world.play("\"key\":\"k\uFFFD\",\"text\":\"" + QByteArray(1024 * 1024, '<') + '"');
+        QCOMPARE(world.only().body.size(), 1024 * 1024);
+        for (const QByteArray key : {"k", "K", "k|1", "k/1", ""}) { // all of them other ones
+            world.play("\"key\":\"" + key + '"');
+        }
+        QCOMPARE(world.desktop().size(), 6);
+    }
+
+    void update_data()
+    {
+        table({"first", "second", "logged"}, R"(
+            "title":"Tea" => "title":"Coffee" => summary "Coffee" "Tea"
+            "text":"one" => "text":"One" => body "One" "one"
+            "itemCount":1 => "itemCount":2 => itemCount 2 1
+            "importance":3 => "importance":4 => priority "100" "75"
+            "importance":0 => "importance":1 => priority "25" "0"
+            "actions":[{"title":"A"}] => "actions":[{"title":"A"},{"title":"B"}] => actions
+            "actions":[{"title":"A"},{"title":"B"}] => "actions":[{"title":"B"},{"title":"A"}] => actions
+            "actions":[{"title":"A","identifier":"1"}] => "actions":[{"title":"B","identifier":"1"}] => actions
+            "actions":[{"title":"A","identifier":"1"}] => "actions":[{"title":"A","identifier":"2"}] => actions
+            "title":"t","text":"x","itemCount":2,"actions":[{"title":"A"}] => the same
+            "title":"t","subText":"a","category":"msg","color":1 => "title":"t","subText":"b","appName":"b","color":2
+            "timestamp":1,"progressMax":9,"progress":1,"ongoing":true => "timestamp":2,"progressMax":9,"progress":2
+            "lowUrgency":true,"silent":true => "clearable":true,"package":"p","vibrate":true,"ledColor":1
+        )");
+    }
+    /// The desktop sees a second version if something visible changed, and in the place of the first.
+    void update()
+    {
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        QFETCH(QString, logged);
+        World world;
+        world.play(first.toUtf8());
+        world.log.clear();
+        world.play(second == "the same" ? first.toUtf8() : second.toUtf8());
+        QCOMPARE(world.only().id, 1U);
+        const QStringList unchanged = {"debug: Notification  1  ( \"k\" ) unchanged",
+                                       "debug: Not publishing unchanged notification  \"k\""};
+        QStringList changed = {"debug: " + logged, "debug: Notification  1  ( \"k\" ) was changed",
+                               "debug: Published notification  \"k\"  as  1  with importance " +
+                                   (second.startsWith("\"importance") ? second.right(1) : "0")};
+        changed.removeAll("debug: actions"); // of these, the log says nothing
+        QCOMPARE(world.log.filter(QRegularExpression("^debug: (?!notif colour)")),
+                 logged.isEmpty() ? unchanged : changed);
+        QCOMPARE(world.notifies, (logged.isEmpty() ? QList<bool>{false} : QList<bool>{false, true}));
+    }
+
+    void optimisation()
+    {
+        World world;
+        const auto show = [&world](const char *summary, const char *body, double progress, uint id) {
+            const QString look =
+                QString("appName=Orvix; appIcon=icon-s-android; summary=%1; body=%2; resident=bool true; "
+                        "x-vorn-progress=double %3; x-vorn-user-removable=bool false");
+            world.host->dexoptNotify(summary, body, progress);
+            QCOMPARE(world.seen(look), look.arg(summary, body).arg(progress));
+            QCOMPARE(world.only().id, id);
+        };
+        world.host->dexoptNotify(nullptr, "nothing yet", 0);
+        show("Optimising", "1 of 2", 0.5, 1);
+        show("Still", nullptr, -7.25, 1);
+        world.host->dexoptNotify("", "", 1);
+        QVERIFY(world.desktop().isEmpty());
+        show("Again", "", 0.1, 2);
+        world.host->clear();
+        QVERIFY(world.desktop().isEmpty());
+        show("Again", "", 0.1, 3);
+        world.unload();
+        QVERIFY(world.desktop().isEmpty());
+    }
 };
-
-void TranslationTest::property_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("properties"); // one a line; after "!" the start of one that must be missing
-    const auto row = [](const char *name, const char *json, const char *properties) {
-        QTest::newRow(name) << QByteArray(json) << expected(properties);
-    };
-    row("nothing but the key", R"({"key":"k"})",
-        "appName=\nsummary=\nbody=\nappIcon=\nactions=\nhint x-vorn-origin-key=QString k\n"
-        "hint x-vorn-origin-package=QString \nhint x-vorn-color=QString auto\nhint urgency=uchar 0\n"
-        "hint x-vorn-priority=int 0\nhint x-vorn-display-on=bool true\nhint x-vorn-user-removable=bool false\n"
-        "!hint category\n!hint x-vorn-feedback\n!hint suppress-sound\n!hint x-vorn-vibrate\n"
-        "!hint x-vorn-led-argb\n!hint resident\n!hint transient\n!hint value\n!hint image-path\n"
-        "!hint x-vorn-item-count\n!hint x-vorn-timestamp\n!hint x-vorn-remote-actions");
-    row("texts", R"({"key":"a|b/c","appName":"Chat","title":"Ada","text":"Hi ✓\nthere","subText":"Work",
-                     "package":"org.example.chat"})",
-        "appName=Chat\nsummary=Ada\nhint x-vorn-sub-text=QString Work\n"
-        "hint x-vorn-origin-key=QString a|b/c\nhint x-vorn-origin-package=QString org.example.chat");
-    row("no key", R"({"key":"","title":"t"})", "summary=t\nhint x-vorn-origin-key=QString ");
-    row("category msg", R"({"key":"k","category":"msg"})",
-        "hint category=QString chat\nhint x-vorn-feedback=QString chat,chat_exists");
-    row("category event", R"({"key":"k","category":"event"})",
-        "hint category=QString calendar\nhint x-vorn-feedback=QString calendar");
-    row("category email", R"({"key":"k","category":"email"})",
-        "hint category=QString email\nhint x-vorn-feedback=QString email,email_exists");
-    row("category alarm", R"({"key":"k","category":"alarm"})",
-        "hint category=QString clock\nhint x-vorn-feedback=QString clock");
-    row("category, other case", R"({"key":"k","category":"MSG"})", "hint category=QString MSG\n!hint x-vorn-feedback");
-    row("category, more than the word", R"({"key":"k","category":"msg "})",
-        "hint category=QString msg \n!hint x-vorn-feedback");
-    row("opaque colour", R"({"key":"k","color":4280391411})", "hint x-vorn-color=QString #ff2196f3");
-    row("black", R"({"key":"k","color":4278190080})", "hint x-vorn-color=QString #ff000000");
-    row("short colour", R"({"key":"k","color":128})", "hint x-vorn-color=QString #000080");
-    row("negative colour", R"({"key":"k","color":-16711936})", "hint x-vorn-color=QString #ff00ff00");
-    row("LED", R"({"key":"k","ledColor":4278255360})", "hint x-vorn-led-argb=int -16711936");
-    row("vibrate", R"({"key":"k","vibrate":true})",
-        "hint x-vorn-vibrate=bool true\nhint x-vorn-display-on=bool true\n!hint suppress-sound");
-    row("silent", R"({"key":"k","silent":true})",
-        "hint suppress-sound=bool true\n!hint x-vorn-vibrate\n!hint x-vorn-display-on");
-    row("silent but vibrating", R"({"key":"k","silent":true,"vibrate":true})",
-        "hint suppress-sound=bool true\nhint x-vorn-vibrate=bool true\nhint x-vorn-display-on=bool true");
-    row("timestamp", R"({"key":"k","timestamp":1700000000123})", "hint x-vorn-timestamp=qlonglong 1700000000123");
-    row("progress", R"({"key":"k","progressMax":4,"progress":1})",
-        "hint value=int 25\nhint x-vorn-progress=double 0.25");
-    row("progress beyond the end", R"({"key":"k","progressMax":2,"progress":3})",
-        "hint value=int 100\nhint x-vorn-progress=double 1.5");
-    row("progress below the start", R"({"key":"k","progressMax":2,"progress":-1})", "hint x-vorn-progress=double -0.5");
-    row("no progress", R"({"key":"k","progressMax":0,"progress":1})", "!hint value\n!hint x-vorn-progress");
-    row("progress of unknown extent", R"({"key":"k","progressMax":100,"progress":40,"indeterminate":true})",
-        "hint x-vorn-progress=int -1\n!hint value");
-    for (const auto &[importance, priority, urgency] :
-         {std::array{-1, -25, 1}, {1, 25, 0}, {2, 50, 1}, {3, 75, 1}, {4, 100, 2}, {5, 125, 2}, {6, 150, 1}}) {
-        QTest::addRow("importance %d", importance)
-            << QStringLiteral(R"({"key":"k","importance":%1})").arg(importance).toUtf8()
-            << QStringLiteral("hint x-vorn-priority=int %1\nhint urgency=uchar %2").arg(priority).arg(urgency);
-    }
-    row("important, but of low urgency", R"({"key":"k","importance":5,"lowUrgency":true})",
-        "hint x-vorn-priority=int 125\nhint urgency=uchar 0");
-    row("ongoing", R"({"key":"k","ongoing":true})", "hint resident=bool true");
-    row("clearable", R"({"key":"k","clearable":true})", "!hint x-vorn-user-removable\nexpireTimeout=-1");
-    row("item count", R"({"key":"k","itemCount":3})", "hint x-vorn-item-count=int 3");
-    row("negative item count", R"({"key":"k","itemCount":-3})", "!hint x-vorn-item-count");
-}
-
-void TranslationTest::property()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(QString, properties);
-    World world;
-    world.add(json);
-    const QStringList seen = describe(world.only());
-    const QStringList wanted = properties.split(QLatin1Char('\n'));
-    for (const QString &property : wanted) {
-        const QByteArray message = (property + QStringLiteral("\nin:\n") + seen.join(QLatin1Char('\n'))).toUtf8();
-        if (property.startsWith(QLatin1Char('!'))) {
-            QVERIFY2(seen.filter(QRegularExpression(QLatin1Char('^') + property.mid(1) + QLatin1Char('='))).isEmpty(),
-                     message.constData());
-        } else {
-            QVERIFY2(seen.contains(property), message.constData());
-        }
-    }
-    QCOMPARE(world.notifies.size(), 1);
-}
-
-void TranslationTest::remoteActions_data()
-{
-    QTest::addColumn<QByteArray>("actions");
-    QTest::addColumn<bool>("input");
-    QTest::addColumn<QStringList>("buttons");
-    QTest::addColumn<QStringList>("calls"); // method(arguments)[label,free,choices]
-    const QByteArray mixed = R"([
-        {"title":"default","identifier":"9"},
-        {"title":"Reply","identifier":"1","inputLabel":"Message","freeInput":true},
-        {"title":"Answer","identifier":"2|x","choices":["Yes","No"]},
-        {"identifier":"3"},
-        {"title":"Mark as read","identifier":"4"}])";
-    QTest::newRow("none") << QByteArray("[]") << true << QStringList() << QStringList();
-    QTest::newRow("input off") << mixed << false
-                               << QStringList{"default", "default", "|3", "", "Mark as read|4", "Mark as read"}
-                               << QStringList{"notificationActionInvoke(k,default)", "notificationActionInvoke(k,)",
-                                              "notificationActionInvoke(k,Mark as read)"};
-    QTest::newRow("input on") << mixed << true
-                              << QStringList{"default", "default", "Reply|1", "Reply",          "Answer|2|x",
-                                             "Answer",  "|3",      "",        "Mark as read|4", "Mark as read"}
-                              << QStringList{"notificationActionInvoke(k,default)",
-                                             "notificationActionInvokeInput(k,Reply)[Message,true,]",
-                                             "notificationActionInvokeInput(k,Answer)[,false,Yes,No]",
-                                             "notificationActionInvoke(k,)",
-                                             "notificationActionInvoke(k,Mark as read)"};
-}
-
-void TranslationTest::remoteActions()
-{
-    QFETCH(QByteArray, actions);
-    QFETCH(bool, input);
-    World world(input ? "[Notifications]\nNotifActionInput = true\n" : "");
-    world.add(R"({"key":"k","actions":)" + actions + "}");
-    const DesktopNotification shown = world.only();
-    QTEST(shown.actions, "buttons");
-    QStringList calls;
-    const QVariantList descriptions = shown.hints.value(protocol::remoteActionsHint()).toList();
-    for (const QVariant &description : descriptions) {
-        const QVariantMap map = description.toMap();
-        QCOMPARE(map.value("service").toString(), QStringLiteral("com.velmo.lumd"));
-        QCOMPARE(map.value("path").toString(), QStringLiteral("/com/velmo/lumd"));
-        QCOMPARE(map.value("interface").toString(), QStringLiteral("com.velmo.lumd"));
-        QString call = map.value("method").toString() + QLatin1Char('(') +
-                       map.value("arguments").toStringList().join(QLatin1Char(',')) + QLatin1Char(')');
-        if (map.contains("input")) {
-            const QVariantMap format = map.value("input").toMap();
-            call += QStringLiteral("[%1,%2,%3]")
-                        .arg(format.value("label").toString(), format.value("freeInput").toString(),
-                             format.value("choices").toStringList().join(QLatin1Char(',')));
-        }
-        calls.append(call);
-    }
-    QTEST(calls, "calls");
-}
-
-void TranslationTest::invalidUtf8()
-{
-    World world;
-    const lumd::Record record = lumd::newRecord(lumd::notificationRecord);
-    lumd::setString(record.get(), 0x01, "k\xff");
-    lumd::setString(record.get(), 0x21, "caf\xe9");
-    lumd::setString(record.get(), 0x31, std::string(1024 * 1024, '<'));
-    world.host->add(record.get());
-    QCOMPARE(world.only().summary, QString::fromUtf8("caf\xef\xbf\xbd"));
-    QCOMPARE(world.only().body.size(), 1024 * 1024);
-}
-
-void TranslationTest::integersAreCutToTheirWidth()
-{
-    World world;
-    const lumd::Record record = lumd::newRecord(lumd::notificationRecord);
-    lumd::setInt(record.get(), 0x112, (1LL << 32) + 3);
-    lumd::setInt(record.get(), 0x0C2, 1LL << 32);
-    lumd::setInt(record.get(), 0x102, std::numeric_limits<int>::max());
-    world.host->add(record.get());
-    const QStringList seen = describe(world.only());
-    QVERIFY(seen.contains(QStringLiteral("hint x-vorn-item-count=int 3")));
-    QVERIFY(seen.contains(QStringLiteral("hint x-vorn-color=QString auto")));
-    QVERIFY(seen.contains(QStringLiteral("hint x-vorn-priority=int 2147483623")));
-}
-
-void TranslationTest::transientMessages()
-{
-    World world;
-    for (const bool warning : {true, false, false}) {
-        const lumd::Record record = lumd::newRecord(lumd::messageRecord);
-        lumd::setString(record.get(), 0x71, "Storage is full");
-        lumd::setBool(record.get(), 0x84, warning);
-        world.host->publish(record.get());
-    }
-    world.host->publish(lumd::newRecord(lumd::messageRecord).get());
-    world.settle();
-    QCOMPARE(world.notifies.size(), 4);
-    QVERIFY(!world.replacements.contains(true));
-    const QStringList warning = describe(world.notifies.at(0));
-    for (const char *property : {"summary=Storage is full", "appIcon=icon-lock-warning", "hint urgency=uchar 2",
-                                 "hint transient=bool true", "expireTimeout=-1", "body=", "appName="}) {
-        QVERIFY2(warning.contains(expected(property)), property);
-    }
-    QVERIFY(describe(world.notifies.at(1)).contains(expected("appIcon=icon-s-android")));
-    QVERIFY(describe(world.notifies.at(1)).contains(expected("hint urgency=uchar 1")));
-    QCOMPARE(world.notifies.at(3).summary, QString());
-}
 
 QTEST_GUILESS_MAIN(TranslationTest)
 #include "tst_translation.moc"

@@ -3,83 +3,69 @@
 #include "configparser.h"
 #include "desktopnotification.h"
 #include "host.h"
+#include "server.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QThread>
+#include <QtTest/QtTest>
 
 #include <functional>
 
-class Server;
-
 /// What a test starts from: a host with the real plug-in loaded, and a real notification server in a thread of
 /// its own at the other end of a real peer connection. Everything is private to the test and ends with it;
-/// misuse of host records and leaked records fail the test.
+/// misuse of host records and leaked records fail the test. The server's identifiers begin with 1.
 class World : public QObject
 {
     Q_OBJECT
 
 public:
-    struct Options {
-        std::string config; ///< INI text
-        bool server;        ///< start a server and name it in the environment
-        QByteArray address; ///< the address in the environment if not the server's ("none")
-        bool load;
-    };
-    explicit World(const std::string &config = {})
-        : World(Options{config, true, "none", true})
-    {
-    }
-    explicit World(const Options &options);
+    /// `config` is INI text; `address`, if any, stands in the environment instead of the server's.
+    explicit World(const std::string &config = {}, const char *address = nullptr);
     ~World() override;
-
     void load();
     void unload();
 
-    /// The host adds a notification given as a script's JSON members.
-    void add(const QByteArray &json);
-    /// Returns when all that was sent has arrived and all that has arrived is handled.
+    /// The host does what the members of a script's line say: it adds, under the key "k", unless they differ.
+    void play(const QByteArray &members);
+    /// The host adds a notification that the user may dismiss; the texts are bytes as they are.
+    void add(const std::string &key, const char *title, const QByteArray &small, const QByteArray &large) const;
+    /// Returns when all that was sent has arrived and all that has arrived is handled; timers do not fire.
     void settle();
     /// What is on the desktop now.
     DesktopNotificationList desktop();
     DesktopNotification only();
+    /// How the properties that `like` names are in the only notification; hints other than texts come with their
+    /// type, "!" is for missing, "\n" for a line's end: "summary=Hello; urgency=uchar 1; !category".
+    QString seen(const QString &like);
     /// Runs `work` on the server's thread.
     void onServer(const std::function<void(Server &)> &work);
-    void stopServer();
+    void stopServer()
+    {
+        m_thread.quit();
+        m_thread.wait();
+    }
 
-    QString cachePath() const { return m_directory.path() + QStringLiteral("/lumd/notif"); }
+    QString cachePath() const { return m_directory.path() + "/lumd/notif"; }
     QStringList cacheFiles() const;
-    /// The address of the server.
-    QByteArray serverAddress() const;
 
-    lumd::Host *host = nullptr;
-    DesktopNotificationList notifies; ///< every `Notify` that the server received
-    QList<bool> replacements;         ///< for each of them, whether it replaced
-    QStringList told;                 ///< what the host was told: "removed KEY", "action KEY TITLE|IDENTIFIER"
+    std::unique_ptr<lumd::Host> host;
+    QList<bool> notifies;          ///< for every `Notify` that the server received, whether it replaced
+    QStringList told;              ///< what the host was told: "removed KEY", "action KEY TITLE|IDENTIFIER"
+    inline static QStringList log; ///< what the plug-in logged: "warning: text"
 
 private:
-    QByteArray m_oldTmpdir;
-    QTemporaryDir m_directory;
+    const QByteArray m_oldTmpdir = qgetenv("TMPDIR");
+    const QTemporaryDir m_directory;
     QThread m_thread;
-    Server *m_server = nullptr;
-    lumd::Config m_config;
-    std::unique_ptr<lumd::Host> m_host;
+    Server *m_server;
+    QMap<uint, DesktopNotification> m_desktop;
+    const lumd::Config m_config;
     lu_plugin_context m_context = {};
-    bool m_loaded = false;
 };
-
-/// Collects the plug-in's log lines, debug lines too, while it lives. "warning: text".
-class LogLines
-{
-public:
-    LogLines();
-    ~LogLines();
-    static QStringList take();
-};
-
-/// A notification as the server holds it, one property a line, each hint with its type:
-/// "summary=Hello", "hint urgency=uchar 1".
-QStringList describe(const DesktopNotification &notification);
 
 /// The plug-in's exported descriptor.
 lu_plugin_def *pluginDefinition();
+/// Test data: columns of texts, and rows, a line each unless it goes on before an arrow: "first => second".
+void table(std::initializer_list<const char *> columns, const char *rows);
+QString contents(const QString &path);
