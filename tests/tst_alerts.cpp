@@ -13,7 +13,8 @@ namespace
 /// A configuration with a shell script, on one line, as the alert command. Its "$TMPDIR" is the test's own.
 std::string config(QByteArray script)
 {
-    return "[Notifications]\nNotifAlertCommand = sh -c \"" + script.replace("\"", "\"\"\"").toStdString() + "\"\n";
+    return "[Notifications]\nNotifAlertCommand = sh -c \"" + script.replace('"', QByteArray(3, '"')).toStdString() +
+           "\"\n";
 }
 
 QString out() { return contents(qgetenv("TMPDIR") + "/out"); }
@@ -59,7 +60,7 @@ private Q_SLOTS:
                            R"(echo "$TITLE" >>"$TMPDIR/out"; rmdir "$TMPDIR/lock")"));
         QString expected;
         for (int i = 100; i < 160; ++i) {
-            world.play("\"importance\":3,\"title\":\"" + QByteArray::number(i) + '"');
+            world.play(QString(R"("title":"%1","importance":3)").arg(i).toUtf8());
             expected += QString::number(i) + '\n';
         }
         QTRY_COMPARE_WITH_TIMEOUT(out(), expected, 30000);

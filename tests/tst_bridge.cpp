@@ -161,7 +161,7 @@ private Q_SLOTS:
         world.play({});
         world.stopServer();
         for (int i = 0; i < 100; ++i) {
-            world.play("\"title\":\"" + QByteArray::number(i) + '"');
+            world.play(QString(R"("title":"%1")").arg(i).toUtf8());
         }
         world.host->clear();
         world.host->remove("k");
@@ -181,7 +181,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         for (int i = 0; i < 50; ++i) {
-            world.play("\"key\":\"" + QByteArray::number(i) + '"');
+            world.play(QString(R"("key":"%1")").arg(i).toUtf8());
         }
         const qint64 elapsed = timer.elapsed();
         goOn.release();

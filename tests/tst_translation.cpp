@@ -87,10 +87,10 @@ private Q_SLOTS:
         World world;
         world.add("k\xff", "caf\xe9", {}, {});
         QCOMPARE(world.only().summary, "caf\uFFFD");
-        world.play("\"key\":\"k\uFFFD\",\"text\":\"" + QByteArray(1024 * 1024, '<') + '"');
+        world.play(QString(R"("key":"k\ufffd","text":"%1")").arg(QString(1024 * 1024, '<')).toUtf8());
         QCOMPARE(world.only().body.size(), 1024 * 1024);
-        for (const QByteArray key : {"k", "K", "k|1", "k/1", ""}) { // all of them other ones
-            world.play("\"key\":\"" + key + '"');
+        for (const char *const key : {"k", "K", "k|1", "k/1", ""}) { // all of them other ones
+            world.play(QString(R"("key":"%1")").arg(key).toUtf8());
         }
         QCOMPARE(world.desktop().size(), 6);
     }
