@@ -9,6 +9,7 @@
 /// A real server in a process of its own, on an address or, without one, on the session bus.
 inline void startServer(QProcess &process, const QString &address)
 {
+    process.waitForFinished(1000); // one that was killed
     process.start(KAVREL_SERVER, {"--quiet", address.isEmpty() ? "--session" : "--address=" + address});
     if (!process.waitForReadyRead(10000)) {
         qFatal("the server does not start");

@@ -9,7 +9,6 @@
 #include <cmath>
 #include <csignal>
 #include <sys/fsuid.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 /// What the plug-in goes through in a row of the campaign: steps, each a slot's name and its argument.
@@ -21,31 +20,24 @@ public:
     /// `server` is "ours" in this process, or has to be started on a "socket" or a "bus", or is an odd one that
     /// gives `answer`.
     Scene(const QString &server, const OddServer::Answer &answer)
-        : m_bus(qgetenv("DBUS_SESSION_BUS_ADDRESS"))
-        , m_address(server == "bus" ? QString() : "unix:path=" + m_directory.filePath("bus"))
+        : m_address(server == "bus" ? QString() : "unix:path=" + m_directory.filePath("bus"))
         , m_odd(answer ? std::make_unique<OddServer>(answer) : nullptr)
     {
         umask(0);
+        std::signal(SIGXFSZ, SIG_IGN);
         QDBusConnection::sessionBus(); // before a World hides it
         m_server.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
         if (server == "socket") {
             start();
         }
         const QByteArray address = m_odd ? m_odd->address() : m_address.toUtf8();
-        m_world = std::make_unique<World>(
-            "[Notifications]\nNotifAlertCommand = " + m_directory.filePath("alert").toStdString() + '\n',
-            server == "ours" ? nullptr : address.constData());
+        const std::string config =
+            "[Notifications]\nNotifAlertCommand = " + m_directory.path().toStdString() + "/alert";
+        m_world = std::make_unique<World>(config, server == "ours" ? nullptr : address.constData());
         QLoggingCategory::setFilterRules({});
         qputenv("C", m_world->cachePath().toUtf8());
-        qputenv("L", QFileInfo(m_world->cachePath()).path().toUtf8());
         qputenv("D", m_directory.path().toUtf8());
         sh("chmod 755 $D; mkdir $D/notif; echo png >$D/icon; >$D/says; echo precious | tee $D/k.png >$D/notif/k.png");
-    }
-    ~Scene() override
-    {
-        if (m_odd) {
-            QDBusConnection::disconnectFromPeer("peerconnection"); // nobody need wait for such a server
-        }
     }
 
     /// What came of the steps: what was shown, what the host was told, what commands wrote.
@@ -118,30 +110,29 @@ public Q_SLOTS:
             add("k " + QString::number(i));
             unload();
             load();
-            m_world->settle();
             early = i == times.toInt() / 10 ? residentKib() : early;
         }
         expect(residentKib() < early + early / 20, QString("grew from %1 to %2 KiB").arg(early).arg(residentKib()));
     }
     // what the server and the user do
     void start() { startServer(m_server, m_address); }
-    void send(const QString &signal) { ::kill(static_cast<pid_t>(m_server.processId()), signal.toInt()); }
-    void kill()
-    {
-        m_server.kill();
-        m_server.waitForFinished();
-    }
+    void send(const QString &signal) { sh(QString("kill -%1 %2").arg(signal).arg(m_server.processId())); }
     void reconnect() ///< with what our own server remembers
     {
-        m_world->onServer([this](Server &server) {
+        const QString bus = m_server.processEnvironment().value("DBUS_SESSION_BUS_ADDRESS");
+        m_world->onServer([&bus](Server &server) {
             QDBusConnection::disconnectFromBus("server");
-            server.serveBus(QDBusConnection::connectToBus(m_bus, "server"));
+            server.serveBus(QDBusConnection::connectToBus(bus, "server"));
         });
     }
+    void cut() { QDBusConnection::disconnectFromPeer("peerconnection"); }
     void invoke() { user()->Invoke(user()->List().value().value(0).id, "default").waitForFinished(); }
     void dismiss() { user()->Dismiss(user()->List().value().value(0).id).waitForFinished(); }
     // what happens around them; $C is the icon cache, $L the folder that it is in, $D one that is not theirs
-    void sh(const QString &command) { expect(QProcess::execute("sh", {"-ec", command}) == 0, "failed: " + command); }
+    void sh(const QString &command)
+    {
+        expect(QProcess::execute("sh", {"-ec", "L=${C%/*}; " + command}) == 0, "failed: " + command);
+    }
     void alert(const QString &command) ///< what the alert command does, besides noting the title
     {
         sh(QString(R"(printf '#!/bin/sh\necho "$TITLE" >>$D/says\n%1' >$D/alert; chmod +x $D/alert)").arg(command));
@@ -152,12 +143,6 @@ public Q_SLOTS:
         expect(residentKib() < 100000, "takes in what the command says");
     }
     void beNobody() { setfsuid(65534); }
-    void fillDisk()
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit none = {0, RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &none);
-    }
     void setClock(const QString &offset)
     {
         const QDateTime before = QDateTime::currentDateTime();
@@ -169,15 +154,13 @@ public Q_SLOTS:
     void look()
     {
         QStringList shown;
-        if (!m_odd) {
-            m_world->settle();
-            for (const DesktopNotification &notification : user()->List().value()) {
-                const QString text = notification.hints.value("x-vorn-origin-key").toString() + notification.summary;
-                const QString size = text.size() > 100 ? QString::number(text.size()) + " characters" : text;
-                const QString actions = QString("+%1 actions").arg(notification.actions.size() / 2);
-                shown.append(size + (notification.appIcon.isEmpty() ? "" : "+icon") +
-                             (notification.actions.size() > 2 ? actions : QString()));
-            }
+        m_world->settle();
+        for (const DesktopNotification &seen : user()->List().value()) {
+            const QString text = seen.hints.value("x-vorn-origin-key").toString() + seen.summary;
+            const int actions = seen.actions.size() / 2;
+            shown.append((text.size() > 100 ? QString("%1 characters").arg(text.size()) : text) +
+                         (seen.appIcon.isEmpty() ? " bare" : "") +
+                         (actions > 1 ? QString(" with %1 actions").arg(actions) : ""));
         }
         const QString told = m_world->told.isEmpty() ? "" : " told " + m_world->told.join("; ");
         m_seen.append('[' + (shown.size() > 3 ? QString::number(shown.size()) : shown.join("; ")) + ']' + told);
@@ -188,7 +171,6 @@ private:
     QString says() const { return contents(m_directory.filePath("says")); }
 
     const QTemporaryDir m_directory;
-    const QString m_bus;
     const QString m_address;
     QProcess m_server;
     const std::unique_ptr<OddServer> m_odd;
