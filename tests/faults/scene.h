@@ -110,6 +110,7 @@ public Q_SLOTS:
             add("k " + QString::number(i));
             unload();
             load();
+            m_world->settle();
             early = i == times.toInt() / 10 ? residentKib() : early;
         }
         expect(residentKib() < early + early / 20, QString("grew from %1 to %2 KiB").arg(early).arg(residentKib()));
