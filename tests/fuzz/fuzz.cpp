@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <utility>
 
 namespace
@@ -87,31 +88,27 @@ lumd::Record record(Input &input, uint32_t recordType)
     for (char letter = input.byte(); letter != '\0'; letter = input.byte()) {
         const size_t index = static_cast<uint8_t>(letter) - size_t{'A'};
         const uint32_t id = index < std::size(fields) ? fields[index] : static_cast<uint32_t>(input.number());
-        std::vector<std::string> strings;
-        std::vector<lumd::Record> records;
-        switch (const std::string text = (id & 7) == 7 ? "" : input.text(); id & 15) {
-        case 1:
-            lumd::setString(record.get(), id, text);
-            break;
-        case 2:
-            lumd::setInt(record.get(), id, std::strtoll(text.c_str(), nullptr, 10));
-            break;
-        case 4:
-            lumd::setBool(record.get(), id, text != "0");
-            break;
-        case 5:
-            lumd::setBytes(record.get(), id, text.data(), text.size());
-            break;
-        case 7:
+        if (const uint32_t type = id & 15; type == 1) {
+            lumd::setString(record.get(), id, input.text());
+        } else if (type == 2) {
+            lumd::setInt(record.get(), id, input.number());
+        } else if (type == 4) {
+            lumd::setBool(record.get(), id, input.byte() != '0');
+        } else if (type == 5) {
+            const std::string bytes = input.text();
+            lumd::setBytes(record.get(), id, bytes.data(), bytes.size());
+        } else if (id == 0x57) {
+            std::vector<std::string> strings;
             while (input.byte() == '+') {
-                id == 0x57 ? strings.push_back(input.text())
-                           : records.push_back(::record(input, lumd::actionElementRecord));
+                strings.push_back(input.text());
             }
-            id == 0x57 ? lumd::setStrings(record.get(), id, std::move(strings))
-                       : lumd::setRecords(record.get(), id, std::move(records));
-            break;
-        default:
-            break;
+            lumd::setStrings(record.get(), id, std::move(strings));
+        } else if (type == 7) {
+            std::vector<lumd::Record> records;
+            while (input.byte() == '+') {
+                records.push_back(::record(input, lumd::actionElementRecord));
+            }
+            lumd::setRecords(record.get(), id, std::move(records));
         }
     }
     return record;
@@ -122,35 +119,27 @@ void fuzzRecord(Input &input)
     World &world = ::world("[Notifications]\nNotifActionInput=yes\n");
     const lumd::Host &host = *world.host;
     while (!input.rest.empty()) {
-        switch (input.byte()) {
-        case 'a':
+        const char deed = input.byte();
+        if (deed == 'a') {
             host.add(record(input, lumd::notificationRecord).get());
-            break;
-        case 'p':
+        } else if (deed == 'p') {
             host.publish(record(input, lumd::messageRecord).get());
-            break;
-        case 'i':
+        } else if (deed == 'i') {
             host.installationResult(record(input, lumd::installationResultRecord).get());
-            break;
-        case 'u':
+        } else if (deed == 'u') {
             host.uninstallationResult(record(input, lumd::uninstallationResultRecord).get());
-            break;
-        case 'o':
-            host.dexoptNotify(input.text().c_str(), "", static_cast<double>(input.number()) / 100);
-            break;
-        case 'r':
+        } else if (deed == 'o') {
+            const std::string summary = input.text();
+            const std::string body = input.text();
+            host.dexoptNotify(summary.c_str(), body.c_str(), static_cast<double>(input.number()) / 100);
+        } else if (deed == 'r') {
             host.remove(input.text().c_str());
-            break;
-        case 'c':
+        } else if (deed == 'c') {
             host.connected();
-            break;
-        case 'd':
+        } else if (deed == 'd') {
             for (const DesktopNotification &shown : world.desktop()) {
                 world.onServer([&shown](Server &server) { server.Dismiss(shown.id); });
             }
-            break;
-        default:
-            break;
         }
     }
     tidy(world);
@@ -224,12 +213,9 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QByteArray target = qgetenv("FUZZ_TARGET");
-    const auto run = target == "record"   ? fuzzRecord
-                     : target == "action" ? fuzzAction
-                     : target == "config" ? fuzzConfig
-                                          : fuzzScript;
+    static const std::map<QByteArray, void (*)(Input &)> targets = {
+        {"record", fuzzRecord}, {"action", fuzzAction}, {"config", fuzzConfig}, {"script", fuzzScript}};
     Input input{{reinterpret_cast<const char *>(data), size}};
-    run(input);
+    targets.at(qgetenv("FUZZ_TARGET"))(input);
     return 0;
 }
