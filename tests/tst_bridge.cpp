@@ -161,7 +161,7 @@ private Q_SLOTS:
         world.play({});
         world.stopServer();
         for (int i = 0; i < 100; ++i) {
-            world.play(R"("title":")" + QByteArray::number(i) + '"');
+            world.play(QString(R"("title":"%1")").arg(i).toUtf8());
         }
         world.host->clear();
         world.host->remove("k");
