@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <utility>
 
 namespace
@@ -73,7 +74,6 @@ void tidy(World &world)
     requireNoRecords();
     QCoreApplication::processEvents(); // earlier inputs' timers
     world.notifies.clear();
-    world.replacements.clear();
     world.told.clear();
 }
 
@@ -213,12 +213,9 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QByteArray target = qgetenv("FUZZ_TARGET");
-    const auto run = target == "record"   ? fuzzRecord
-                     : target == "action" ? fuzzAction
-                     : target == "config" ? fuzzConfig
-                                          : fuzzScript;
+    static const std::map<QByteArray, void (*)(Input &)> targets = {
+        {"record", fuzzRecord}, {"action", fuzzAction}, {"config", fuzzConfig}, {"script", fuzzScript}};
     Input input{{reinterpret_cast<const char *>(data), size}};
-    run(input);
+    targets.at(qgetenv("FUZZ_TARGET"))(input);
     return 0;
 }
