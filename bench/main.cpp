@@ -22,8 +22,11 @@ public:
     }
     ~Worker()
     {
-        m_process.closeWriteChannel();
-        m_process.waitForFinished();
+        m_process.closeWriteChannel(); // ends all but the server
+        if (!m_process.waitForFinished(1000)) {
+            m_process.terminate();
+            m_process.waitForFinished();
+        }
     }
     Worker(const Worker &) = delete;
     Worker &operator=(const Worker &) = delete;

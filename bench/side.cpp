@@ -7,7 +7,7 @@
 
 Side::~Side()
 {
-    m_server.closeWriteChannel();
+    m_server.terminate();
     m_server.waitForFinished();
 }
 
