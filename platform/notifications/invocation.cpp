@@ -3,31 +3,7 @@
 #include "notification_p.h"
 #include "notificationconnection.h"
 
-#include <QtDBus/QDBusMessage>
-
 #include <algorithm>
-
-namespace
-{
-
-/// The action's method call over `connection`; a peer has no names.
-QDBusMessage methodCall(const QVariantMap &action, const QString &answer, const QDBusConnection &connection)
-{
-    const bool isBus = connection.interface() != nullptr;
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        isBus ? action.value(QStringLiteral("service")).toString() : QString(),
-        action.value(QStringLiteral("path")).toString(), action.value(QStringLiteral("interface")).toString(),
-        action.value(QStringLiteral("method")).toString());
-    QVariantList arguments = action.value(QStringLiteral("arguments")).toList();
-    if (!answer.isNull()) {
-        arguments.append(answer);
-    }
-    message.setArguments(arguments);
-    message.setAutoStartService(false);
-    return message;
-}
-
-} // namespace
 
 void NotificationConnection::onActionInvoked(uint id, const QString &key)
 {
@@ -67,6 +43,6 @@ void NotificationConnection::onReplied(uint id, const QString &text)
 /// Does what our server does when the user invokes an action, and other servers know nothing of.
 void NotificationConnection::invoke(Notification *notification, const QVariantMap &action, const QString &answer) const
 {
-    m_connection.send(methodCall(action, answer, m_connection));
+    m_connection.send(remoteActionCall(action, answer.isNull() ? nullptr : &answer, m_connection));
     Q_EMIT notification->actionInvoked(action.value(QStringLiteral("name")).toString());
 }

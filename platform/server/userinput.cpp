@@ -1,8 +1,6 @@
 #include "server.h"
 
-#include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
-#include <QtDBus/QDBusMessage>
 
 namespace
 {
@@ -48,22 +46,6 @@ QString objection(const QVariantMap &action, const QString *answer)
     return {};
 }
 
-void call(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)
-{
-    const bool isBus = connection.interface() != nullptr;
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        isBus ? action.value(QStringLiteral("service")).toString() : QString(),
-        action.value(QStringLiteral("path")).toString(), action.value(QStringLiteral("interface")).toString(),
-        action.value(QStringLiteral("method")).toString());
-    QVariantList arguments = action.value(QStringLiteral("arguments")).toList();
-    if (answer) {
-        arguments.append(*answer);
-    }
-    message.setArguments(arguments);
-    message.setAutoStartService(false);
-    connection.send(message);
-}
-
 } // namespace
 
 void Server::refuse(const QString &message) const
@@ -92,7 +74,8 @@ void Server::invoke(uint id, const QString &action, const QString *answer)
     }
     Q_EMIT ActionInvoked(id, action);
     if (!remote.isEmpty() && !entry.connection.isEmpty()) {
-        call(remote, answer, QDBusConnection(entry.connection));
+        const QDBusConnection publisher(entry.connection);
+        publisher.send(remoteActionCall(remote, answer, publisher));
     }
     if (!entry.notification.hints.value(QStringLiteral("resident")).toBool()) {
         close(id, Dismissed);

@@ -110,3 +110,18 @@ void registerDesktopNotificationTypes()
     qDBusRegisterMetaType<DesktopNotification>();
     qDBusRegisterMetaType<DesktopNotificationList>();
 }
+
+QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)
+{
+    const auto text = [&action](const char *member) { return action.value(QLatin1String(member)).toString(); };
+    const bool isBus = connection.interface() != nullptr;
+    QDBusMessage message = QDBusMessage::createMethodCall(isBus ? text("service") : QString(), text("path"),
+                                                          text("interface"), text("method"));
+    QVariantList arguments = action.value(QStringLiteral("arguments")).toList();
+    if (answer) {
+        arguments.append(*answer);
+    }
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return message;
+}

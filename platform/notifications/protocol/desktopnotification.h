@@ -3,6 +3,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 #include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
 
 /// One notification as it travels over D-Bus: the arguments of `Notify` (freedesktop.org Desktop
 /// Notifications 1.2) with the server's identifier. D-Bus signature (usssasa{sv}i).
@@ -31,6 +33,10 @@ QVariantMap plainMap(const QVariantMap &map);
 
 /// Makes the types known to Qt D-Bus; cheap to call again.
 void registerDesktopNotificationTypes();
+
+/// The D-Bus call that goes with an action, described as `protocol::remoteActionsHint()` says, over `connection`, a bus
+/// or a peer (which has no names). `answer`, null for none, follows the action's own arguments.
+QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection);
 
 namespace protocol
 {
