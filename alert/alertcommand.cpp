@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "alert/alertcommand.h"
 
 #include <QtCore/QProcess>

@@ -1,5 +1,6 @@
-#include "content.h"
-#include "side.h"
+// SPDX-License-Identifier: MIT
+#include "bench/content.h"
+#include "bench/side.h"
 
 #include <notificationconnectionmanager.h>
 
@@ -109,7 +110,7 @@ double BareSide::dismiss(int count)
 double BareSide::invoke(int count)
 {
     DesktopNotification resident = m_content;
-    resident.hints.insert(QStringLiteral("resident"), true);
+    resident.hints.insert(protocol::hint::resident(), true);
     const uint id = notify(resident);
     const double seconds = causeEvents(count, [&](int) { return control("Invoke", {id, QStringLiteral("default")}); });
     closeAll({id});

@@ -1,7 +1,9 @@
-#include "content.h"
+// SPDX-License-Identifier: MIT
+#include "bench/content.h"
 
-#include "records.h"
-#include "translation/fields.h"
+#include "plugin/fields.h"
+#include "standins/protocol/hints.h"
+#include "tools/lumdsim/records.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
@@ -45,7 +47,7 @@ std::unique_ptr<Notification> published(const QString &key)
     object->setBody(QStringLiteral("See you at the station at half past six, the train leaves from platform two."));
     object->setSubText(QStringLiteral("mira@example.com"));
     object->setHintValue(QStringLiteral("x-vorn-origin-package"), QStringLiteral("com.example.mail"));
-    object->setHintValue(QStringLiteral("x-vorn-origin-key"), key);
+    object->setHintValue(protocol::hint::originKey(), key);
     object->setHintValue(QStringLiteral("x-vorn-feedback"), QStringLiteral("email,email_exists"));
     object->setCategory(QStringLiteral("email"));
     object->setHintValue(QStringLiteral("x-vorn-color"), QStringLiteral("#3366cc"));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Shows the same notification as the other sides, through libnotify: for each line "new COUNT" on the standard
    input, COUNT of them, and answers with the seconds that one took. */
 #include <libnotify/notify.h>

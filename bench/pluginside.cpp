@@ -1,5 +1,6 @@
-#include "content.h"
-#include "side.h"
+// SPDX-License-Identifier: MIT
+#include "bench/content.h"
+#include "bench/side.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>

@@ -1,4 +1,5 @@
-#include "side.h"
+// SPDX-License-Identifier: MIT
+#include "bench/side.h"
 
 #include <QtCore/QCoreApplication>
 

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "desktopnotification.h"
 #include "plugin/lumd.h"
+#include "standins/protocol/desktopnotification.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QProcess>

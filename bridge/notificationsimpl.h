@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "alert/alertcommand.h"
@@ -74,6 +75,9 @@ private:
                               void *userData);
     static lu_plugin_notifications_callbacks callbacks();
 
+    /// Lets `fresh` take the place of the key's live notification, if there is one. False, with nothing replaced, when
+    /// the two show the same.
+    bool supersede(const QString &key, Notification *fresh);
     void closeDexOptNotification();
     void requestAlert(const AlertCommandArgs &args);
     void startAlert(const AlertCommandArgs &args, const std::string &command);

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Components: plugin, runtime (the stand-ins), tools, development.
 
 function(install_man component page)

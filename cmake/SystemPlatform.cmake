@@ -1,4 +1,5 @@
-# A device's own libraries under the names of the targets that platform/ makes elsewhere. What is not found, or not
+# SPDX-License-Identifier: MIT
+# A device's own libraries under the names of the targets that standins/ makes elsewhere. What is not found, or not
 # meant, is given on the command line: -DLUMD_LIBRARY=FILE.
 find_library(LUMD_LIBRARY lumd DOC "The host's library, liblumd.so.1")
 find_library(LUMD_CONFIG_PARSER_LIBRARY lumd-config-parser

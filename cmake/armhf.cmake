@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Debian's cross-compiler and user-mode emulation, with a root folder that holds Qt for the device's architecture.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)

@@ -1,8 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "bridge/notificationsimpl.h"
+#include "plugin/clientlibrary.h"
+#include "plugin/fields.h"
 #include "plugin/logging.h"
-#include "translation/fields.h"
-
-#include <notification.h>
 
 void NotificationsImpl::actionInvoked(const QString &action)
 {
@@ -21,7 +21,7 @@ void NotificationsImpl::actionInvoked(const QString &action)
     const int separator = action.indexOf(QLatin1Char('|'));
     const QString title = action.left(separator); // all of it when there is no separator
     const QString identifier = separator < 0 ? QString() : action.mid(separator + 1);
-    lu_field *const record = lu_field_new(field::action::record);
+    lu_field *const record = lu_field_new(field::action::report);
     lu_field_set_str(record, field::action::title, title.toUtf8().constData());
     lu_field_set_str(record, field::action::reserved, "");
     if (!identifier.isEmpty()) {

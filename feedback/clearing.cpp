@@ -1,9 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "bridge/notificationsimpl.h"
-
+#include "plugin/clientlibrary.h"
 #include "plugin/logging.h"
 #include "translation/iconcache.h"
-
-#include <notification.h>
 
 void NotificationsImpl::cleanupNotifications()
 {

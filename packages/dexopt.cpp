@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "bridge/notificationsimpl.h"
-
-#include <notification.h>
+#include "plugin/clientlibrary.h"
+#include "translation/hints.h"
 
 void NotificationsImpl::dexOptNotify(const char *summary, const char *body, double progress)
 {
@@ -14,7 +15,7 @@ void NotificationsImpl::dexOptNotify(const char *summary, const char *body, doub
         m_dexOptNotification->setAppIcon(QStringLiteral("icon-s-android"));
         m_dexOptNotification->setAppName(QStringLiteral("Orvix"));
         m_dexOptNotification->setResident(true);
-        m_dexOptNotification->setHintValue(QStringLiteral("x-vorn-user-removable"), false);
+        m_dexOptNotification->setHintValue(hint::userRemovable(), false);
     }
     m_dexOptNotification->setProgress(progress);
     m_dexOptNotification->setSummary(summaryText);

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "bridge/notificationsimpl.h"
-#include "translation/fields.h"
-
-#include <notification.h>
+#include "plugin/clientlibrary.h"
+#include "plugin/fields.h"
+#include "plugin/record.h"
 
 namespace
 {

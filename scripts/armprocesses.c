@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Preloaded under emulation. Qemu 7.2 passes on that the kernel knows process descriptors, but refuses to start a
 // process with one: Qt believes it and can start none. Denied the first, Qt forks.
 #define _GNU_SOURCE

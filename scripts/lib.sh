@@ -1,5 +1,18 @@
-# What the commands share. They run from the top folder.
+# SPDX-License-Identifier: MIT
+# What the commands share. They run in the top folder, from wherever they are started.
 # shellcheck shell=bash
+cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
+
+# The plug-in, and all that holds C++ of ours.
+product=(plugin bridge translation feedback alert packages)
+# shellcheck disable=SC2034
+sources=("${product[@]}" standins tools tests bench)
+
+# (FOLDER...): matches one of them.
+any_of() {
+    local IFS="|"
+    echo "($*)"
+}
 
 build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev)
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # A few notifications of the day in examples/, on the desktop of a session or on one made for the picture.
 # shellcheck shell=bash disable=SC2030,SC2031,SC2034
 

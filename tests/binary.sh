@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # kavrel.so exports its descriptor alone and needs the platform's three libraries, Qt Core and Qt D-Bus, and no
+# SPDX-License-Identifier: MIT
 # other Qt library.
 set -euo pipefail
 plugin=$1

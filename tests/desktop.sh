@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Plays notifications to real desktop servers, on a bus and a display of their own, and is the user there.
+# SPDX-License-Identifier: MIT
 # usage: desktop.sh LUMDSIM [SERVER...]
 # shellcheck disable=SC2317 # most functions are called by name
 set -euo pipefail

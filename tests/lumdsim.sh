@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # lumdsim as its user meets it: exit statuses, output to a program, to a terminal and to nobody, completion.
+# SPDX-License-Identifier: MIT
 set -euo pipefail
 lumdsim=$1 source=$2
 examples=$source/examples

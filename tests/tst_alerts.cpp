@@ -1,5 +1,6 @@
+// SPDX-License-Identifier: MIT
 #include "alert/alertcommand.h"
-#include "world.h"
+#include "tests/world.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QTextCodec>

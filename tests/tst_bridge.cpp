@@ -1,4 +1,5 @@
-#include "world.h"
+// SPDX-License-Identifier: MIT
+#include "tests/world.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QLoggingCategory>
@@ -37,7 +38,7 @@ private Q_SLOTS:
         QVERIFY(world.desktop().isEmpty());
         world.onServer([hints](Server &server) { // what an earlier run left, and another program's
             QVariantMap foreign = hints;
-            foreign.insert(protocol::ownerHint(), "someone");
+            foreign.insert(protocol::hint::owner(), "someone");
             server.Notify({}, 0, {}, "mine", {}, {}, hints, -1);
             server.Notify({}, 0, {}, "another's", {}, {}, foreign, -1);
         });

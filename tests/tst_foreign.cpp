@@ -1,5 +1,6 @@
-#include "oddserver.h"
-#include "world.h"
+// SPDX-License-Identifier: MIT
+#include "tests/oddserver.h"
+#include "tests/world.h"
 
 class ForeignTest : public QObject
 {

@@ -1,4 +1,5 @@
-#include "world.h"
+// SPDX-License-Identifier: MIT
+#include "tests/world.h"
 
 #include <QtCore/QRandomGenerator>
 

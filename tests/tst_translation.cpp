@@ -1,4 +1,5 @@
-#include "world.h"
+// SPDX-License-Identifier: MIT
+#include "tests/world.h"
 
 /// What the host's notifications and messages look like when they reach the desktop, first and again.
 class TranslationTest : public QObject

@@ -1,6 +1,7 @@
-#include "world.h"
+// SPDX-License-Identifier: MIT
+#include "tests/world.h"
 
-#include "script.h"
+#include "tools/lumdsim/script.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "configparser.h"
-#include "desktopnotification.h"
-#include "host.h"
-#include "server.h"
+#include "standins/config-parser/configparser.h"
+#include "standins/lumd/host.h"
+#include "standins/protocol/desktopnotification.h"
+#include "standins/server/server.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 #include "translation/actions.h"
 
-#include "translation/fields.h"
-
-#include <notification.h>
+#include "plugin/clientlibrary.h"
+#include "plugin/fields.h"
+#include "plugin/record.h"
 
 #include <QtCore/QStringList>
 

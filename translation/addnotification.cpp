@@ -1,10 +1,12 @@
+// SPDX-License-Identifier: MIT
 #include "bridge/notificationsimpl.h"
+#include "plugin/clientlibrary.h"
+#include "plugin/fields.h"
 #include "plugin/logging.h"
+#include "plugin/record.h"
 #include "translation/actions.h"
-#include "translation/fields.h"
+#include "translation/hints.h"
 #include "translation/icons.h"
-
-#include <notification.h>
 
 #include <QtCore/QDateTime>
 
@@ -23,8 +25,8 @@ void setTexts(lu_field *record, Notification *notification, const QString &title
 
 void setOrigin(Notification *notification, const QString &packageName, const QString &key)
 {
-    notification->setHintValue(QStringLiteral("x-vorn-origin-package"), packageName);
-    notification->setHintValue(QStringLiteral("x-vorn-origin-key"), key);
+    notification->setHintValue(hint::originPackage(), packageName);
+    notification->setHintValue(hint::originKey(), key);
 }
 
 struct CategoryMapping {
@@ -44,7 +46,7 @@ void setCategory(Notification *notification, const QString &androidCategory)
 {
     for (const CategoryMapping &mapping : categories) {
         if (androidCategory == QLatin1String(mapping.android)) {
-            notification->setHintValue(QStringLiteral("x-vorn-feedback"), QString::fromLatin1(mapping.feedback));
+            notification->setHintValue(hint::feedback(), QString::fromLatin1(mapping.feedback));
             notification->setCategory(QString::fromLatin1(mapping.category));
             return;
         }
@@ -59,7 +61,7 @@ void setColor(lu_field *record, Notification *notification)
     if (color != 0) {
         text = QStringLiteral("#%1").arg(static_cast<uint>(color), 6, 16, QLatin1Char('0'));
     }
-    notification->setHintValue(QStringLiteral("x-vorn-color"), text);
+    notification->setHintValue(hint::color(), text);
     if (color != 0) {
         qCDebug(plugin) << "notif colour:" << color << text;
     }
@@ -70,13 +72,13 @@ void setSoundAndVibration(lu_field *record, Notification *notification)
     const bool silent = lu_field_get_bool(record, id::silent) != 0;
     const bool vibrate = lu_field_get_bool(record, id::vibrate) != 0;
     if (silent) {
-        notification->setHintValue(QStringLiteral("suppress-sound"), true);
+        notification->setHintValue(hint::suppressSound(), true);
     }
     if (vibrate) {
-        notification->setHintValue(QStringLiteral("x-vorn-vibrate"), true);
+        notification->setHintValue(hint::vibrate(), true);
     }
     if (!silent || vibrate) {
-        notification->setHintValue(QStringLiteral("x-vorn-display-on"), true);
+        notification->setHintValue(hint::displayOn(), true);
     }
 }
 
@@ -84,7 +86,7 @@ void setLedColor(lu_field *record, Notification *notification)
 {
     const int color = field::int32(record, id::ledColor);
     if (color != 0) {
-        notification->setHintValue(QStringLiteral("x-vorn-led-argb"), color);
+        notification->setHintValue(hint::ledArgb(), color);
     }
 }
 
@@ -111,8 +113,7 @@ void setProgress(lu_field *record, Notification *notification)
 void setImportance(Notification *notification, int importance)
 {
     // Unsigned, since a host may send any number: it wraps instead of overflowing.
-    notification->setHintValue(QStringLiteral("x-vorn-priority"),
-                               static_cast<int>(static_cast<uint>(importance) * 25U));
+    notification->setHintValue(hint::priority(), static_cast<int>(static_cast<uint>(importance) * 25U));
     if (importance == 0 || importance == 1) {
         notification->setUrgency(Notification::Low);
     } else if (importance == 4 || importance == 5) {
@@ -131,7 +132,7 @@ void setLifetimeAndCount(lu_field *record, Notification *notification)
         notification->setResident(true);
     }
     if (!clearable) {
-        notification->setHintValue(QStringLiteral("x-vorn-user-removable"), false);
+        notification->setHintValue(hint::userRemovable(), false);
     }
     if (itemCount > 0) {
         notification->setItemCount(itemCount);
@@ -167,18 +168,9 @@ void NotificationsImpl::addNotification(lu_field *record)
     }
     fresh->setRemoteActions(remoteActions(record, key, m_actionInput));
 
-    if (Notification *const old = m_notifications.value(key)) {
-        fresh->setReplacesId(old->replacesId());
-        m_pendingCloseKeys.removeAll(key);
-        if (unchanged(old, fresh)) {
-            qCDebug(plugin) << "Notification " << fresh->replacesId() << " (" << key << ") unchanged";
-            qCDebug(plugin) << "Not publishing unchanged notification " << key;
-            delete fresh;
-            return;
-        }
-        qCDebug(plugin) << "Notification " << fresh->replacesId() << " (" << key << ") was changed";
-        m_notifications.remove(key);
-        delete old;
+    if (!supersede(key, fresh)) {
+        delete fresh;
+        return;
     }
     fresh->publish();
     qCDebug(plugin) << "Published notification " << key << " as " << fresh->replacesId() << " with importance"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "translation/iconcache.h"
 
 #include <QtCore/QFileInfo>
@@ -29,6 +30,17 @@ void withdraw(const QString &path, mode_t rights)
 }
 
 } // namespace
+
+QString iconFileName(const QString &text)
+{
+    QString name = text;
+    for (const QChar separator : {QLatin1Char('|'), QLatin1Char('/'), QLatin1Char('\n')}) {
+        name.replace(separator, QLatin1Char('_'));
+    }
+    return name + QStringLiteral(".png");
+}
+
+QString largeIconFileName(const QString &key) { return iconFileName(key + QStringLiteral("_large")); }
 
 bool isTrustedIconCache(const QDir &cache) { return isTrusted(parentOf(cache)) && isTrusted(cache.path()); }
 

@@ -1,10 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "translation/icons.h"
 
+#include "plugin/clientlibrary.h"
+#include "plugin/fields.h"
 #include "plugin/logging.h"
-#include "translation/fields.h"
 #include "translation/iconcache.h"
-
-#include <notification.h>
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
@@ -50,17 +50,6 @@ IconFile saveIcon(const QDir &cache, const QString &path, const IconBytes &icon)
 }
 
 } // namespace
-
-QString iconFileName(const QString &text)
-{
-    QString name = text;
-    for (const QChar separator : {QLatin1Char('|'), QLatin1Char('/'), QLatin1Char('\n')}) {
-        name.replace(separator, QLatin1Char('_'));
-    }
-    return name + QStringLiteral(".png");
-}
-
-QString largeIconFileName(const QString &key) { return iconFileName(key + QStringLiteral("_large")); }
 
 void setSmallIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key)
 {

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: MIT
 #include "bridge/notificationsimpl.h"
+#include "plugin/clientlibrary.h"
 #include "plugin/logging.h"
-
-#include <notification.h>
+#include "translation/hints.h"
 
 namespace
 {
 
-QVariant priority(Notification *notification) { return notification->hintValue(QStringLiteral("x-vorn-priority")); }
+QVariant priority(Notification *notification) { return notification->hintValue(hint::priority()); }
 
 void logDifferences(Notification *old, Notification *fresh)
 {

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 // One fault a row: what is done, what has to come of it, and what came of it. Each runs in a process of its own, so
 // that a crash or a hang is one row's.
-#include "scene.h"
+#include "tests/faults/scene.h"
 
 #include <cstdio>
 

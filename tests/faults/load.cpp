@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 // 100,000 notifications over 1,000 keys against a real server, with all that may happen to them: each has to be
 // accounted for, memory has to stay flat. Then 10,000 alerts.
-#include "rig.h"
+#include "tests/faults/rig.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QLoggingCategory>

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "controlinterface.h"
-#include "world.h"
+#include "tests/world.h"
 
 #include <QtCore/QProcess>
 #include <QtDBus/QDBusConnection>

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "oddserver.h"
-#include "rig.h"
+#include "tests/faults/rig.h"
+#include "tests/oddserver.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QLoggingCategory>

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 // Bytes become what a host, a user, a configuration file or a script may send: FUZZ_TARGET in the environment says
 // which.
-#include "configparser.h"
-#include "script.h"
-#include "server.h"
-#include "world.h"
+#include "standins/config-parser/configparser.h"
+#include "standins/server/server.h"
+#include "tests/world.h"
+#include "tools/lumdsim/script.h"
 
 #include <QtCore/QCoreApplication>
 

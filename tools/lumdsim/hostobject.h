@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "output.h"
+#include "tools/lumdsim/output.h"
 
 #include <QtDBus/QDBusAbstractAdaptor>
 #include <QtDBus/QDBusMessage>

@@ -1,12 +1,14 @@
-#include "configparser.h"
-#include "hostobject.h"
-#include "player.h"
+// SPDX-License-Identifier: MIT
+#include "standins/config-parser/configparser.h"
+#include "tools/harness/loadedplugin.h"
+#include "tools/harness/serverprocess.h"
+#include "tools/lumdsim/hostobject.h"
+#include "tools/lumdsim/player.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QProcess>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QTextCodec>
 #include <QtDBus/QDBusConnection>
@@ -15,9 +17,6 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <dlfcn.h>
 #include <unistd.h>
 
 namespace
@@ -74,38 +73,6 @@ QString setUp(QCommandLineParser *parser)
     return parser->isSet(QStringLiteral("desktop")) && parser->isSet(QStringLiteral("server"))
                ? QStringLiteral("Give either --desktop or --server.")
                : QString();
-}
-
-/// The address at which our notification server listens; empty when it does not.
-QString startServer(QProcess *process)
-{
-    const QString name = QStringLiteral("kavrel-notification-server");
-    const QFileInfo sibling(QCoreApplication::applicationDirPath(), name);
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process->start(sibling.isExecutable() ? sibling.filePath() : name,
-                   {QStringLiteral("--address"), QStringLiteral("unix:tmpdir=/tmp"), QStringLiteral("--quiet"),
-                    QStringLiteral("--exit-with-parent")});
-    if (process->processId() < 0) { // the process object would kill number -1: all that the user has
-        std::_Exit(complain(NoEnvironment, QStringLiteral("The system is out of processes.")));
-    }
-    while (!process->canReadLine() && process->waitForReadyRead(5000)) {
-    }
-    const QString line = QString::fromUtf8(process->readLine()).trimmed();
-    const QString greeting = QStringLiteral("listening on ");
-    return line.startsWith(greeting) ? line.mid(greeting.size()) : QString();
-}
-
-/// Null, with a message printed, when the library is not a notifications plug-in.
-const lu_plugin_def *definition(void *library)
-{
-    const void *const symbol = library ? dlsym(library, "_lu_plugin_def") : nullptr;
-    const auto *const plugin = static_cast<const lu_plugin_def *>(symbol);
-    if (plugin && plugin->version >> 16 == 1 && std::strcmp(plugin->type, "notifications") == 0) {
-        return plugin;
-    }
-    complain(NoEnvironment, plugin ? QStringLiteral("The plug-in is not a notifications plug-in of version 1.")
-                                   : QString::fromUtf8(dlerror()));
-    return nullptr;
 }
 
 /// Serves what is called when the user invokes an action. What is in the way of notifying anybody; empty when
@@ -202,20 +169,16 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
     const QString client = desktop ? QDBusConnection::sessionBus().name() : QStringLiteral("peerconnection");
     Output output(parser.isSet(QStringLiteral("json")));
     Player player(host, screen, &output, client);
-    const QByteArray file = QFile::encodeName(parser.value(QStringLiteral("plugin")));
-    void *const library = dlopen(file.constData(), RTLD_NOW | RTLD_LOCAL);
-    const lu_plugin_def *const plugin = definition(library);
-    lu_plugin_context context = {host->handle(), nullptr};
-    if (!plugin || plugin->load(&context) != 0) {
-        return NoEnvironment;
+    LoadedPlugin plugin(parser.value(QStringLiteral("plugin")));
+    if (!plugin.errorString().isEmpty() || plugin.load(*host) != 0) {
+        return complain(NoEnvironment, plugin.errorString());
     }
     QObject object;
     new HostObject(&object, &output);
     const QString fault = obstacle(QDBusConnection(client), &object, &player);
     const int status = fault.isEmpty() ? playScript(script, &player) : complain(NoEnvironment, fault);
-    plugin->unload(&context);
+    plugin.unload();
     player.settle();
-    dlclose(library);
     return recordsMisused() ? Misuse : status;
 }
 
@@ -257,11 +220,13 @@ int main(int argc, char **argv)
         return complain(BadInput, QStringLiteral("%1: %2").arg(name, script.errorString()));
     }
 
-    QProcess server;
+    ServerProcess server;
     Screen screen;
     QString address = parser.value(QStringLiteral("server"));
     if (!parser.isSet(QStringLiteral("desktop"))) {
-        address = address.isEmpty() ? startServer(&server) : address;
+        if (address.isEmpty() && server.listen()) {
+            address = server.address();
+        }
         if (address.isEmpty() || !screen.connectTo(address)) {
             return complain(NoEnvironment, QStringLiteral("There is no notification server."));
         }
@@ -269,8 +234,5 @@ int main(int argc, char **argv)
     constexpr const char *variable = "LUMD_P2P_DBUS_ADDRESS"; // without it, the session bus
     address.isEmpty() ? qunsetenv(variable) : qputenv(variable, address.toUtf8());
     lumd::Host host(config.get());
-    const int status = simulate(parser, &host, script, &screen);
-    server.terminate();
-    server.waitForFinished(2000);
-    return status;
+    return simulate(parser, &host, script, &screen);
 }

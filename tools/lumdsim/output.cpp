@@ -1,4 +1,5 @@
-#include "output.h"
+// SPDX-License-Identifier: MIT
+#include "tools/lumdsim/output.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -15,7 +16,7 @@ QJsonObject event(QLatin1String name, const QString &key)
 
 QString key(const DesktopNotification &notification)
 {
-    return notification.hints.value(QStringLiteral("x-vorn-origin-key")).toString();
+    return notification.hints.value(protocol::hint::originKey()).toString();
 }
 
 QJsonObject hints(const DesktopNotification &notification)
@@ -32,7 +33,7 @@ QJsonObject hints(const DesktopNotification &notification)
 QJsonArray actions(const DesktopNotification &notification)
 {
     QJsonArray array;
-    const QVariantList remoteActions = notification.hints.value(protocol::remoteActionsHint()).toList();
+    const QVariantList remoteActions = notification.hints.value(protocol::hint::remoteActions()).toList();
     for (const QVariant &remoteAction : remoteActions) {
         const QJsonObject action = QJsonObject::fromVariantMap(remoteAction.toMap());
         array.append(QJsonObject{

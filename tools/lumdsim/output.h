@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "desktopnotification.h"
-#include "render.h"
+#include "standins/protocol/desktopnotification.h"
+#include "standins/terminal/card.h"
 
 #include <QtCore/QJsonObject>
 

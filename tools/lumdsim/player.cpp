@@ -1,4 +1,5 @@
-#include "player.h"
+// SPDX-License-Identifier: MIT
+#include "tools/lumdsim/player.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "output.h"
-#include "screen.h"
-#include "script.h"
+#include "tools/lumdsim/output.h"
+#include "tools/lumdsim/screen.h"
+#include "tools/lumdsim/script.h"
 
 #include <QtCore/QTimer>
 

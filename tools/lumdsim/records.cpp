@@ -1,4 +1,7 @@
-#include "records.h"
+// SPDX-License-Identifier: MIT
+#include "tools/lumdsim/records.h"
+
+#include "plugin/fields.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -6,16 +9,20 @@
 #include <algorithm>
 
 // clang-format off
+namespace action = field::action;
 static const Schema actionSchema = {lumd::actionElementRecord, {
-    {"title", 0x01}, {"inputLabel", 0x11}, {"identifier", 0x21}, {"freeInput", 0x44}, {"choices", 0x57}}};
+    {"title", action::title}, {"inputLabel", action::inputLabel}, {"identifier", action::identifier},
+    {"freeInput", action::freeInput}, {"choices", action::choices}}};
 
+namespace id = field::notification;
 const Schema notificationSchema = {lumd::notificationRecord, {
-    {"key", 0x001}, {"appName", 0x011}, {"title", 0x021}, {"text", 0x031}, {"subText", 0x041},
-    {"package", 0x051}, {"category", 0x071}, {"smallIcon", 0x095}, {"largeIcon", 0x0A5},
-    {"timestamp", 0x0B2}, {"color", 0x0C2}, {"ledColor", 0x0D2}, {"progressMax", 0x0E2},
-    {"progress", 0x0F2}, {"importance", 0x102}, {"itemCount", 0x112}, {"silent", 0x124},
-    {"vibrate", 0x134}, {"indeterminate", 0x144}, {"ongoing", 0x154}, {"clearable", 0x164},
-    {"lowUrgency", 0x174}, {"actions", 0x187, &actionSchema}}};
+    {"key", id::key}, {"appName", id::appName}, {"title", id::title}, {"text", id::text}, {"subText", id::subText},
+    {"package", id::packageName}, {"category", id::category}, {"smallIcon", id::smallIcon},
+    {"largeIcon", id::largeIcon}, {"timestamp", id::timestamp}, {"color", id::color}, {"ledColor", id::ledColor},
+    {"progressMax", id::progressMax}, {"progress", id::progress}, {"importance", id::importance},
+    {"itemCount", id::itemCount}, {"silent", id::silent}, {"vibrate", id::vibrate},
+    {"indeterminate", id::indeterminate}, {"ongoing", id::ongoing}, {"clearable", id::clearable},
+    {"lowUrgency", id::lowUrgency}, {"actions", id::actions, &actionSchema}}};
 
 /// By type code.
 static const char *const kinds[] = {"a number", "a string", "an integer", "", "true or false",
@@ -49,24 +56,24 @@ static bool setList(lu_field *record, const Member &member, const QJsonArray &ar
 /// False, with the record in any state, when the value does not fit.
 static bool setMember(lu_field *record, const Member &member, const QJsonValue &value, const QDir &base, QString *error)
 {
-    switch (member.id & 15) {
-    case 1:
+    switch (field::typeCode(member.id)) {
+    case field::String:
         lumd::setString(record, member.id, value.toString().toStdString());
         return value.isString();
-    case 2:
+    case field::Integer:
         lumd::setInt(record, member.id, value.toVariant().toLongLong());
         return value.toVariant().userType() == QMetaType::LongLong; // not so if broken, or beyond 64 bits
-    case 4:
+    case field::Boolean:
         lumd::setBool(record, member.id, value.toBool());
         return value.isBool();
-    case 5: {
+    case field::Bytes: {
         QFile file(base.filePath(value.toString()));
         const bool readable = value.isString() && file.open(QIODevice::ReadOnly);
         const QByteArray bytes = readable ? file.readAll() : QByteArray();
         lumd::setBytes(record, member.id, bytes.constData(), static_cast<size_t>(bytes.size()));
         return readable;
     }
-    case 7:
+    case field::List:
         return value.isArray() && setList(record, member, value.toArray(), base, error);
     default:
         return value.isDouble();
@@ -84,7 +91,7 @@ lumd::Record recordFromJson(const Schema &schema, const QJsonObject &object, con
             return nullptr;
         }
         if (!setMember(record.get(), *member, entry.value(), base, error)) {
-            const QString kind = QLatin1String(kinds[member->id & 15]);
+            const QString kind = QLatin1String(kinds[field::typeCode(member->id)]);
             *error = error->isEmpty() ? QStringLiteral("\"%1\" is not %2").arg(entry.key(), kind) : *error;
             return nullptr;
         }

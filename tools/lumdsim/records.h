@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "host.h"
+#include "standins/lumd/host.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonObject>

@@ -1,4 +1,5 @@
-#include "screen.h"
+// SPDX-License-Identifier: MIT
+#include "tools/lumdsim/screen.h"
 
 #include "controlinterface.h"
 
@@ -38,7 +39,7 @@ bool Screen::roundTrip()
 QString Screen::act(const QString &deed, const QString &key, const QString &action, const QString &text) const
 {
     const auto found = std::find_if(m_shown.cbegin(), m_shown.cend(), [&key](const DesktopNotification &shown) {
-        return shown.hints.value(QStringLiteral("x-vorn-origin-key")) == key;
+        return shown.hints.value(protocol::hint::originKey()) == key;
     });
     if (!m_control || found == m_shown.cend()) {
         return m_control ? QStringLiteral("no notification with the key \"%1\" is shown").arg(key)

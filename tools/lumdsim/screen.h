@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "desktopnotification.h"
+#include "standins/protocol/desktopnotification.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QObject>

@@ -1,7 +1,10 @@
-#include "script.h"
+// SPDX-License-Identifier: MIT
+#include "tools/lumdsim/script.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QJsonDocument>
+
+#include "plugin/fields.h"
 
 namespace
 {
@@ -10,6 +13,16 @@ struct Verb {
     Schema schema = {};
     std::vector<const char *> required = {};
 };
+
+std::vector<Member> result(uint32_t detail)
+{
+    namespace id = field::result;
+    return {{"code", id::code},
+            {"appName", id::appName},
+            {"headline", id::headline},
+            {"detail", detail},
+            {"message", id::message}};
+}
 
 const QHash<QString, Verb> &verbs()
 {
@@ -21,11 +34,11 @@ const QHash<QString, Verb> &verbs()
         {QStringLiteral("remove"), {{0, {key}}, {"key"}}},
         {QStringLiteral("clear"), {}},
         {QStringLiteral("connected"), {}},
-        {QStringLiteral("publish"), {{lumd::messageRecord, {{"text", 0x71}, {"warning", 0x84}}}}},
+        {QStringLiteral("publish"), {{lumd::messageRecord, {{"text", field::message::text}, {"warning", field::message::warning}}}}},
         {QStringLiteral("installResult"), {{lumd::installationResultRecord,
-            {{"code", 0x02}, {"appName", 0x31}, {"headline", 0x41}, {"detail", 0x61}, {"message", 0x71}}}}},
+            result(field::result::installationDetail)}}},
         {QStringLiteral("uninstallResult"), {{lumd::uninstallationResultRecord,
-            {{"code", 0x02}, {"appName", 0x31}, {"headline", 0x41}, {"detail", 0x51}, {"message", 0x71}}}}},
+            result(field::result::uninstallationDetail)}}},
         {QStringLiteral("dexopt"), {{0, {{"summary", 0x01}, {"body", 0x11}, {"progress", 0}}}}},
         {QStringLiteral("wait"), {{0, {{"ms", 0x02}}}, {"ms"}}},
         {QStringLiteral("invoke"), {{0, {key, action}}, {"key", "action"}}},

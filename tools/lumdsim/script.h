@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "records.h"
+#include "tools/lumdsim/records.h"
 
 /// One line of a script: something that the host or the user does.
 struct Event {

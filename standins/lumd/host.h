@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "plugin/fields.h"
+#include "plugin/lumd.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The host's own side of `liblumd.so.1`: building records, calling a plug-in, and hearing from it.
+namespace lumd
+{
+
+struct FieldUnref {
+    void operator()(lu_field *record) const { lu_field_unref(record); }
+};
+/// One reference to a record.
+using Record = std::unique_ptr<lu_field, FieldUnref>;
+
+/// Record types that only the host creates.
+constexpr uint32_t notificationRecord = field::numbered(0, field::RecordType);
+constexpr uint32_t actionElementRecord = field::numbered(1, field::RecordType);
+constexpr uint32_t messageRecord = field::numbered(2, field::RecordType);
+constexpr uint32_t installationResultRecord = field::numbered(3, field::RecordType);
+constexpr uint32_t uninstallationResultRecord = field::numbered(4, field::RecordType);
+
+/// The setters that plug-ins do not have. All copy what they are given, and replace an earlier value.
+LU_EXPORT Record newRecord(uint32_t recordType);
+LU_EXPORT void setString(lu_field *record, uint32_t id, std::string_view value); ///< bytes as they are
+LU_EXPORT void setInt(lu_field *record, uint32_t id, int64_t value);
+LU_EXPORT void setBool(lu_field *record, uint32_t id, bool value);
+LU_EXPORT void setBytes(lu_field *record, uint32_t id, const void *data, size_t size);
+/// Takes over the records.
+LU_EXPORT void setRecords(lu_field *record, uint32_t id, std::vector<Record> records);
+LU_EXPORT void setStrings(lu_field *record, uint32_t id, std::vector<std::string> strings);
+
+/// Misuse of records found so far, one sentence each: a record released twice, or read with a function that
+/// does not fit the identifier's type code. Taking them empties the list.
+LU_EXPORT std::vector<std::string> takeFindings();
+/// Number of records alive in the process: 0 once everything was released.
+LU_EXPORT size_t liveRecords();
+
+class Host;
+
+} // namespace lumd
+
+/// What the host knows about one plug-in.
+struct lu_handle {
+    const lumd::Host *host = nullptr;
+    lu_config_parser *config = nullptr;
+    std::optional<lu_plugin_notifications_callbacks> callbacks;
+    void *userData = nullptr;
+};
+
+namespace lumd
+{
+
+/// The host as one plug-in sees it. Reports of the plug-in go to the two functions, on the calling thread.
+class Host
+{
+    using Callbacks = lu_plugin_notifications_callbacks;
+
+public:
+    /// `config` may be null (a host that has no configuration); it must outlive the host.
+    explicit Host(lu_config_parser *config)
+        : m_handle(new lu_handle{this, config, {}, nullptr})
+    {
+    }
+    ~Host() = default;
+    Host(const Host &) = delete;
+    Host &operator=(const Host &) = delete;
+
+    /// What plug-ins get as their handle.
+    lu_handle *handle() const { return m_handle.get(); }
+    /// Whether a plug-in's callbacks are registered. The calls below do nothing while none are.
+    bool hasPlugin() const { return m_handle->callbacks.has_value(); }
+
+    void init() const { call(&Callbacks::init); }
+    void deinit() const { call(&Callbacks::deinit); }
+    void connected() const { call(&Callbacks::connected); }
+    void clear() const { call(&Callbacks::clear); }
+    void add(lu_field *notification) const { call(&Callbacks::add, notification); }
+    void remove(const char *key) const { call(&Callbacks::remove, key); }
+    void publish(lu_field *message) const { call(&Callbacks::publish, message); }
+    void installationResult(lu_field *result) const { call(&Callbacks::installation_result, result); }
+    void uninstallationResult(lu_field *result) const { call(&Callbacks::uninstallation_result, result); }
+    void dexoptNotify(const char *summary, const char *body, double progress) const
+    {
+        call(&Callbacks::dexopt_notify, summary, body, progress);
+    }
+
+    /// The user invoked an action; the record (type 104) is borrowed for the call.
+    std::function<void(const std::string &key, lu_field *action)> onAction;
+    /// The notification is gone from the desktop.
+    std::function<void(const std::string &key)> onRemoved;
+
+private:
+    template <typename Entry, typename... Arguments> void call(Entry entry, Arguments... arguments) const
+    {
+        if (hasPlugin() && (*m_handle->callbacks).*entry) {
+            ((*m_handle->callbacks).*entry)(handle(), arguments..., m_handle->userData);
+        }
+    }
+
+    std::unique_ptr<lu_handle> m_handle;
+};
+
+} // namespace lumd

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtCore/QString>
+
+/// The hints of a notification, with the type of their value: those of freedesktop.org Desktop Notifications 1.2, those
+/// that several desktops have in common, and our own.
+namespace protocol::hint
+{
+
+// The protocol's
+
+/// byte: 0 low, 1 normal, 2 critical
+inline QString urgency() { return QStringLiteral("urgency"); }
+/// string, from the protocol's list or beginning with "x-"
+inline QString category() { return QStringLiteral("category"); }
+/// boolean: shown without being kept
+inline QString transient() { return QStringLiteral("transient"); }
+/// boolean: stays after one of its actions was invoked
+inline QString resident() { return QStringLiteral("resident"); }
+/// boolean
+inline QString suppressSound() { return QStringLiteral("suppress-sound"); }
+/// string: absolute path, `file:` URI or name in the icon theme
+inline QString imagePath() { return QStringLiteral("image-path"); }
+
+// Of several desktops
+
+/// 32-bit integer: progress in percent
+inline QString value() { return QStringLiteral("value"); }
+/// string: what stands in the field for an answer while it is empty
+inline QString replyPlaceholder() { return QStringLiteral("x-kde-reply-placeholder-text"); }
+
+// Our own
+
+/// string: the publishing program
+inline QString owner() { return QStringLiteral("x-vorn-owner"); }
+/// The actions' D-Bus methods: a list of maps as `Notification::remoteAction` makes them, with the members "name",
+/// "displayName", "service", "path", "interface", "method", "arguments" (list) and, for an action that takes text,
+/// "input": a map of "label", "freeInput" (boolean) and "choices" (strings). Also the capability to call them.
+inline QString remoteActions() { return QStringLiteral("x-vorn-remote-actions"); }
+/// string
+inline QString subText() { return QStringLiteral("x-vorn-sub-text"); }
+/// string: what a short pop-up shows instead of the summary
+inline QString previewSummary() { return QStringLiteral("x-vorn-preview-summary"); }
+/// string: what a short pop-up shows instead of the body
+inline QString previewBody() { return QStringLiteral("x-vorn-preview-body"); }
+/// 32-bit integer
+inline QString itemCount() { return QStringLiteral("x-vorn-item-count"); }
+/// 64-bit integer: milliseconds since the Unix epoch
+inline QString timestamp() { return QStringLiteral("x-vorn-timestamp"); }
+/// The progress as it was set: a double, or the 32-bit integer -1 for unknown extent
+inline QString progress() { return QStringLiteral("x-vorn-progress"); }
+/// string: the Android notification's key
+inline QString originKey() { return QStringLiteral("x-vorn-origin-key"); }
+/// boolean: whether the user may dismiss it; true where it is absent
+inline QString userRemovable() { return QStringLiteral("x-vorn-user-removable"); }
+
+} // namespace protocol::hint

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "tools/harness/loadedplugin.h"
+
+#include <QtCore/QFile>
+
+#include <cstring>
+#include <dlfcn.h>
+
+LoadedPlugin::LoadedPlugin(const QString &file)
+    : m_library(dlopen(QFile::encodeName(file).constData(), RTLD_NOW | RTLD_LOCAL))
+{
+    const void *const symbol = m_library ? dlsym(m_library, "_lu_plugin_def") : nullptr;
+    if (!symbol) {
+        m_error = QString::fromUtf8(dlerror());
+        return;
+    }
+    const auto *const definition = static_cast<const lu_plugin_def *>(symbol);
+    if (definition->version >> 16 != 1 || std::strcmp(definition->type, "notifications") != 0) {
+        m_error = QStringLiteral("The plug-in is not a notifications plug-in of version 1.");
+        return;
+    }
+    m_definition = definition;
+}
+
+LoadedPlugin::~LoadedPlugin()
+{
+    unload();
+    if (m_library) {
+        dlclose(m_library);
+    }
+}
+
+int LoadedPlugin::load(const lumd::Host &host)
+{
+    m_context.handle = host.handle();
+    return m_definition->load(&m_context);
+}
+
+void LoadedPlugin::unload()
+{
+    if (m_context.handle) {
+        m_definition->unload(&m_context);
+        m_context = {};
+    }
+}

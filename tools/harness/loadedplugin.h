@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "standins/lumd/host.h"
+
+#include <QtCore/QString>
+
+/// A notifications plug-in in this process, loaded and unloaded as the host does it.
+class LoadedPlugin
+{
+public:
+    /// Opens the shared library `file`; `errorString()` says why it is not a notifications plug-in of version 1.
+    explicit LoadedPlugin(const QString &file);
+    /// Unloads it and closes the library.
+    ~LoadedPlugin();
+    LoadedPlugin(const LoadedPlugin &) = delete;
+    LoadedPlugin &operator=(const LoadedPlugin &) = delete;
+
+    /// Empty when the plug-in can be used.
+    QString errorString() const { return m_error; }
+    /// What it exports; null when there was an error.
+    const lu_plugin_def *definition() const { return m_definition; }
+    /// Calls its load function for `host`, which must outlive the load; returns what that returns.
+    int load(const lumd::Host &host);
+    /// Calls its unload function, unless it is not loaded.
+    void unload();
+
+private:
+    QString m_error;
+    void *m_library = nullptr;
+    const lu_plugin_def *m_definition = nullptr;
+    lu_plugin_context m_context = {};
+};

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "tools/harness/settle.h"
+
+#include "standins/protocol/desktopnotification.h"
+
+#include <QtCore/QCoreApplication>
+
+bool settle(const QDBusConnection &client, int timeoutMs)
+{
+    const QString service = client.baseService().isEmpty() ? QString() : protocol::service(); // a peer has no names
+    const QDBusMessage question = QDBusMessage::createMethodCall(service, protocol::objectPath(), protocol::service(),
+                                                                 QStringLiteral("GetServerInformation"));
+    const QDBusMessage answer = client.call(question, QDBus::Block, timeoutMs);
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return answer.type() == QDBusMessage::ReplyMessage;
+}
