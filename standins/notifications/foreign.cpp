@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/foreign.h"
 
-#include "standins/notifications/notification_p.h"
+#include "standins/protocol/hints.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace hint = protocol::hint;
 
@@ -62,6 +65,15 @@ QVariantMap defaultAction(const QVariantList &remoteActions)
     return {};
 }
 
+/// Plain `text` for a server that takes markup. Markup parsers refuse a text with control characters as a whole.
+QString markup(const QString &text)
+{
+    QString printable;
+    std::copy_if(text.cbegin(), text.cend(), std::back_inserter(printable),
+                 [](QChar c) { return c.unicode() >= 0x20 || c == QLatin1Char('\n') || c == QLatin1Char('\t'); });
+    return printable.toHtmlEscaped();
+}
+
 /// Few servers draw a bar; the number tells the same, unless the application says it itself.
 void appendPercentage(QString &body, const QVariant &percentage)
 {
@@ -76,8 +88,22 @@ void appendSubText(QString &body, const QString &subText, bool bodyMarkup)
     body += (body.isEmpty() ? QString() : QStringLiteral("\n")) + line;
 }
 
-} // namespace
+/// A button on such a server, or the tap on the notification itself.
+struct Button {
+    QString key; ///< the action's name in the protocol
+    QString label;
+    QVariantMap action; ///< what it invokes, as `Notification::remoteAction` describes it
+    QString answer;     ///< what it answers to an action that takes text
+};
 
+/// The key of the button that comes with a field to type into, on servers that have one.
+QString inlineReplyKey() { return QStringLiteral("inline-reply"); }
+
+/// What `remoteActions` become. Actions that take text are
+/// - a field to type into, where the server has one (it has one a notification),
+/// - one button for each of the first few choices, which answers with it,
+/// - where neither does, a button that does what a tap on the notification does: the application is the place to
+///   type. Without an answer the action itself must not be invoked; an application might send an empty message.
 QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
 {
     const QVariantMap tap = defaultAction(remoteActions);
@@ -97,6 +123,9 @@ QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
         }
         const QStringList choices = input(action).value(QStringLiteral("choices")).toStringList();
         for (int i = 0; i < qMin(choices.size(), maximumChoices); ++i) {
+            if (choices.at(i).isEmpty()) {
+                continue;
+            }
             buttons.append({QStringLiteral("%1#%2").arg(name).arg(i), choices.at(i), action, choices.at(i)});
         }
         if (inlineReply && input(action).value(QStringLiteral("freeInput")).toBool()) {
@@ -109,11 +138,13 @@ QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
     return buttons;
 }
 
-void adaptToForeign(DesktopNotification &wire, const NotificationPrivate &notification,
-                    const ServerCapabilities &server)
+} // namespace
+
+void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
 {
+    wire.body = server.bodyMarkup ? markup(wire.body) : wire.body;
     wire.actions.clear();
-    for (const Button &button : buttons(notification.remoteActions, server.inlineReply)) {
+    for (const Button &button : buttons(content.remoteActions, server.inlineReply)) {
         wire.actions << button.key << button.label;
         const QString placeholder = text(input(button.action), "label");
         if (button.key == inlineReplyKey() && !placeholder.isEmpty()) {
@@ -130,7 +161,22 @@ void adaptToForeign(DesktopNotification &wire, const NotificationPrivate &notifi
     if (server.bareGauge) {
         wire.hints.remove(hint::value());
     }
-    if (!notification.subText.isEmpty()) {
-        appendSubText(wire.body, notification.subText, server.bodyMarkup);
+    if (!content.subText.isEmpty()) {
+        appendSubText(wire.body, content.subText, server.bodyMarkup);
     }
+}
+
+std::optional<Invocation> invoked(const QVariantList &remoteActions, const ServerCapabilities &server,
+                                  const QString &signal, const QString &argument)
+{
+    const bool typed = signal == QLatin1String("NotificationReplied");
+    if (!typed && (signal != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
+        return std::nullopt;
+    }
+    for (const Button &button : buttons(remoteActions, server.inlineReply)) {
+        if (button.key == (typed ? inlineReplyKey() : argument)) {
+            return Invocation{button.action, typed ? argument : button.answer, typed || !button.answer.isEmpty()};
+        }
+    }
+    return std::nullopt;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/include/notification.h"
 #include "standins/notifications/notification_p.h"
-#include "standins/notifications/notificationconnection.h"
+#include "standins/notifications/publications.h"
 
 Notification::Notification(QObject *parent)
     : QObject(parent)
@@ -11,8 +11,8 @@ Notification::Notification(QObject *parent)
 
 Notification::~Notification()
 {
-    if (NotificationConnection *const connection = NotificationConnection::existing()) {
-        connection->forget(this, d->id);
+    if (Publications *const publications = Publications::existing()) {
+        publications->forget(this);
     }
 }
 
@@ -34,7 +34,7 @@ QString Notification::previewBody() const { return d->previewBody; }
 void Notification::setPreviewBody(const QString &body) { d->previewBody = body; }
 QString Notification::category() const { return d->category; }
 void Notification::setCategory(const QString &category) { d->category = category; }
-Notification::Urgency Notification::urgency() const { return d->urgency; }
+Notification::Urgency Notification::urgency() const { return static_cast<Urgency>(d->urgency); }
 void Notification::setUrgency(Urgency urgency) { d->urgency = urgency; }
 int Notification::itemCount() const { return d->itemCount; }
 void Notification::setItemCount(int count) { d->itemCount = count; }
@@ -49,7 +49,7 @@ void Notification::setIsTransient(bool transient) { d->transient = transient; }
 QVariant Notification::hintValue(const QString &hint) const { return d->hints.value(hint); }
 QVariantList Notification::remoteActions() const { return d->remoteActions; }
 void Notification::setRemoteActions(const QVariantList &actions) { d->remoteActions = actions; }
-uint Notification::replacesId() const { return d->id; }
+uint Notification::replacesId() const { return d->publication ? d->publication->id() : d->id; }
 
 void Notification::setHintValue(const QString &hint, const QVariant &value)
 {
@@ -62,25 +62,20 @@ void Notification::setHintValue(const QString &hint, const QVariant &value)
 
 void Notification::setReplacesId(uint id)
 {
-    if (NotificationConnection *const connection = NotificationConnection::existing()) {
-        connection->forget(this, d->id);
+    if (Publications *const publications = Publications::existing()) {
+        publications->forget(this);
     }
     d->id = id;
 }
 
-void Notification::publish() { NotificationConnection::instance().publish(this); }
+void Notification::publish() { Publications::instance().publish(this); }
 
-void Notification::close()
-{
-    if (d->id != 0) {
-        NotificationConnection::instance().close(d->id);
-    }
-}
+void Notification::close() { Publications::instance().close(this); }
 
 QList<QObject *> Notification::notifications()
 {
     QList<QObject *> objects;
-    const QList<Notification *> held = NotificationConnection::instance().held();
+    const QList<Notification *> held = Publications::instance().held();
     for (Notification *const notification : held) {
         objects.append(notification);
     }

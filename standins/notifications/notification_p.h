@@ -5,13 +5,12 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-#include "standins/notifications/include/notification.h"
+#include <memory>
 
-/// What a notification says, and the identifier under which the server knows it.
-class NotificationPrivate
-{
-public:
-    uint id = 0;
+class Publication;
+
+/// What a notification says.
+struct NotificationContent {
     QString appName;
     QString appIcon;
     QString icon;
@@ -21,7 +20,7 @@ public:
     QString previewSummary;
     QString previewBody;
     QString category;
-    Notification::Urgency urgency = Notification::Normal;
+    int urgency = 1;
     int itemCount = 0;
     bool resident = false;
     bool transient = false;
@@ -29,4 +28,11 @@ public:
     QVariant progress;
     QVariantMap hints;
     QVariantList remoteActions;
+};
+
+class NotificationPrivate : public NotificationContent
+{
+public:
+    uint id = 0;                              ///< what publishing replaces, as it was set
+    std::shared_ptr<Publication> publication; ///< since it was published
 };

@@ -1,225 +1,235 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/notificationconnection.h"
 
-#include "extensioninterface.h"
-#include "notificationsinterface.h"
-#include "standins/notifications/include/notification.h"
-#include "standins/notifications/notification_p.h"
+#include "standins/notifications/wire.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QLoggingCategory>
-#include <QtDBus/QDBusPendingCallWatcher>
-#include <QtDBus/QDBusServiceWatcher>
+#include <QtDBus/QDBusPendingReply>
 
 #include <limits>
-
-Q_LOGGING_CATEGORY(vorn, "vorn.notifications", QtWarningMsg)
+#include <thread>
+#include <utility>
 
 namespace
 {
 
-/// Calls that may wait for a server that does not answer, before further ones are given up.
-constexpr int maximumOutstanding = 1000;
+/// How long connecting to the session bus may hold up a thread.
+constexpr std::chrono::milliseconds connectingTime(1000);
 
-NotificationConnection *theConnection = nullptr;
+QString busService() { return QStringLiteral("org.freedesktop.DBus"); }
+
+/// Connecting waits for the bus daemon's welcome, in Qt for as long as 25 s; here that is another thread's.
+std::shared_future<void> connectToSessionBus()
+{
+    std::promise<void> done;
+    std::shared_future<void> future = done.get_future().share();
+    std::thread([done = std::move(done)]() mutable {
+        QDBusConnection::sessionBus();
+        done.set_value();
+    }).detach();
+    return future;
+}
 
 } // namespace
 
-NotificationConnection &NotificationConnection::instance()
+NotificationConnection::NotificationConnection() { registerDesktopNotificationTypes(); }
+
+void NotificationConnection::use(const QDBusConnection &connection)
 {
-    if (!theConnection) {
-        theConnection = new NotificationConnection;
-        qAddPostRoutine([] { delete std::exchange(theConnection, nullptr); });
-    }
-    return *theConnection;
-}
-
-NotificationConnection *NotificationConnection::existing() { return theConnection; }
-
-NotificationConnection::NotificationConnection()
-    : m_connection(QString())
-{
-    registerDesktopNotificationTypes();
-}
-
-NotificationConnection::~NotificationConnection() { forgetIdentifiers(); }
-
-bool NotificationConnection::use(const QDBusConnection &connection)
-{
-    if (!connection.isConnected()) {
-        return false;
-    }
-    start(connection);
-    return true;
-}
-
-void NotificationConnection::ensureConnected()
-{
-    if (!m_server) {
-        start(QDBusConnection::sessionBus());
-    }
-}
-
-void NotificationConnection::start(const QDBusConnection &connection)
-{
-    forgetIdentifiers();
-    ++m_conversation;
-    m_outstanding = 0;
     m_connection = connection;
-    m_owner.clear();
-    m_capabilities = {};
-    m_capabilitiesKnown = false;
-    m_responsive = true;
-    const bool isBus = connection.interface() != nullptr;
-    const QString service = isBus ? protocol::service() : QString();
-    m_server = std::make_unique<OrgFreedesktopNotificationsInterface>(service, protocol::objectPath(), connection);
-    // The server's identifier is worth having even when it comes late.
-    m_server->setTimeout(std::numeric_limits<int>::max());
-    connect(m_server.get(), &OrgFreedesktopNotificationsInterface::ActionInvoked, this,
-            &NotificationConnection::onActionInvoked);
-    connect(m_server.get(), &OrgFreedesktopNotificationsInterface::NotificationReplied, this,
-            &NotificationConnection::onReplied);
-    connect(m_server.get(), &OrgFreedesktopNotificationsInterface::NotificationClosed, this,
-            &NotificationConnection::onClosed);
-    m_extension = std::make_unique<ComVornNotificationsInterface>(service, protocol::objectPath(), connection);
-    m_extension->setTimeout(std::numeric_limits<int>::max());
-    m_watcher.reset();
-    if (isBus) {
-        m_watcher =
-            std::make_unique<QDBusServiceWatcher>(service, connection, QDBusServiceWatcher::WatchForOwnerChange);
-        connect(m_watcher.get(), &QDBusServiceWatcher::serviceOwnerChanged, this,
-                [this](const QString &, const QString &, const QString &owner) {
-                    if (!owner.isEmpty()) {
-                        servedBy(owner);
-                    }
-                });
+    forgetServer();
+    m_watchers = std::make_unique<QObject>();
+    m_unanswered = 0;
+    m_heldAbandoned = false;
+    m_wait.reset();
+    // Without a sender: Qt would ask the bus daemon who that is, and wait for the answer without a bound.
+    m_connection.connect(QString(), protocol::objectPath(), protocol::service(), QString(), this,
+                         SLOT(onSignal(QDBusMessage)));
+    if (isBus()) {
+        m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus"), busService(),
+                             QStringLiteral("NameOwnerChanged"), {protocol::service()}, QString(), this,
+                             SLOT(onOwnerChanged(QString, QString, QString, QDBusMessage)));
     }
 }
 
-void NotificationConnection::publish(Notification *notification)
+bool NotificationConnection::isOpen()
 {
-    ensureConnected();
-    if (notification->d->id != 0) {
-        m_live.insert(notification->d->id, notification); // before anything can fail: the earlier version is shown
-    }
-    const auto awaited = m_awaited.find(notification->d->id);
-    if (awaited != m_awaited.end()) {
-        awaited->publishAgain = true;
-        return;
-    }
-    if (!m_connection.isConnected()) {
-        qCWarning(vorn) << "No connection to a notification server:" << m_connection.lastError().message();
-        return;
-    }
-    fetchCapabilities();
-    if (!m_responsive && m_outstanding >= maximumOutstanding) {
-        qCWarning(vorn) << "The notification server does not answer: gave up a notification";
-        return;
-    }
-    const DesktopNotification wire = toWire(*notification->d, m_capabilities);
-    if (exceedsMessage(wire)) {
-        qCWarning(vorn) << "Gave up a notification: it is larger than a D-Bus message can be";
-        return;
-    }
-    const QDBusPendingCall call = m_server->Notify(wire.appName, wire.id, wire.appIcon, wire.summary, wire.body,
-                                                   wire.actions, wire.hints, wire.expireTimeout);
-    if (m_responsive && waitFor(call)) {
-        take(notification, call);
-        return;
-    }
-    if (notification->d->id == 0) {
-        notification->d->id = m_nextStandIn--;
-        m_live.insert(notification->d->id, notification);
-        m_awaited.insert(notification->d->id, {});
-    }
-    takeLater(call, [this, id = notification->d->id](const QDBusPendingCall &answered) { takeLate(id, answered); });
-    stopWaitingForServer("Notify");
-}
-
-void NotificationConnection::stopWaitingForServer(const char *what)
-{
-    if (m_responsive) {
-        m_responsive = false;
-        qCWarning(vorn) << "The notification server did not answer" << what << "in time; not waiting any more";
-    }
-}
-
-void NotificationConnection::fetchCapabilities()
-{
-    if (m_capabilitiesKnown || !m_responsive) {
-        return;
-    }
-    QDBusPendingReply<QStringList> reply = m_server->GetCapabilities();
-    if (!waitFor(reply)) {
-        takeLater(reply, [this](const QDBusPendingCall &answered) { takeCapabilities(answered); });
-        stopWaitingForServer("GetCapabilities");
-        return;
-    }
-    takeCapabilities(reply);
-}
-
-void NotificationConnection::takeCapabilities(const QDBusPendingCall &call)
-{
-    const QDBusPendingReply<QStringList> reply = call;
-    if (!reply.isError()) {
-        servedBy(reply.reply().service());
-        m_capabilities = ServerCapabilities::named(reply.value());
-        m_capabilitiesKnown = true;
-    }
-}
-
-void NotificationConnection::close(uint id)
-{
-    ensureConnected();
-    const auto awaited = m_awaited.find(id);
-    if (awaited != m_awaited.end()) {
-        awaited->close = true;
-    } else if (id != 0 && m_connection.isConnected()) {
-        // Told not to answer: nobody would look at it, and a server that hangs would leave it outstanding for good.
-        m_server->call(QDBus::NoBlock, QStringLiteral("CloseNotification"), id);
-    }
-}
-
-QList<Notification *> NotificationConnection::held()
-{
-    ensureConnected();
-    QList<Notification *> notifications;
-    if (m_responsive && m_connection.isConnected()) {
-        const QDBusPendingReply<DesktopNotificationList> reply = m_extension->GetNotifications(ownerName());
-        if (!waitFor(reply)) {
-            takeLater(reply, [](const QDBusPendingCall &) {});
-            stopWaitingForServer("GetNotifications");
-        } else if (!reply.isError()) {
-            for (const DesktopNotification &wire : reply.value()) {
-                notifications.append(new Notification);
-                *notifications.last()->d = fromWire(wire);
-            }
-            return notifications;
+    if (m_connection.name().isEmpty()) {
+        const bool first = !m_connecting.valid();
+        m_connecting = first ? connectToSessionBus() : m_connecting;
+        if (m_connecting.wait_for(first ? connectingTime : connectingTime.zero()) == std::future_status::ready) {
+            use(QDBusConnection::sessionBus());
         }
     }
-    for (const Notification *const live : qAsConst(m_live)) {
-        notifications.append(new Notification);
-        *notifications.last()->d = *live->d;
-    }
-    return notifications;
+    return m_connection.isConnected();
 }
 
-void NotificationConnection::forget(Notification *notification, uint id)
+void NotificationConnection::forgetServer()
 {
-    if (m_live.value(id) == notification) {
-        m_live.remove(id);
-    }
+    m_owner.clear();
+    m_known = false;
+    delete std::exchange(m_question, nullptr);
+    m_wait.trust();
 }
 
-void NotificationConnection::onClosed(uint id, uint reason)
+QDBusMessage NotificationConnection::question(const QString &interface, const QString &method,
+                                              const QVariantList &arguments) const
 {
-    const QPointer<Notification> notification = m_live.value(id);
-    if (!notification) {
+    QDBusMessage message = QDBusMessage::createMethodCall(isBus() ? protocol::service() : QString(),
+                                                          protocol::objectPath(), interface, method);
+    message.setArguments(arguments);
+    return message;
+}
+
+QDBusPendingCall NotificationConnection::send(const QDBusMessage &question) const
+{
+    // Without a time limit: an answer is worth having even when it comes late.
+    return m_connection.asyncCall(question, std::numeric_limits<int>::max());
+}
+
+QDBusPendingCallWatcher *NotificationConnection::watch(const QDBusPendingCall &call, const Taken &taken)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    auto *const watcher = new QDBusPendingCallWatcher(call, m_watchers.get());
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, taken, elapsed] {
+        watcher->disconnect(this);
+        watcher->deleteLater();
+        m_wait.heard(elapsed.elapsed());
+        taken(*watcher);
+    });
+    return watcher;
+}
+
+bool NotificationConnection::knowServer()
+{
+    learn();
+    while (m_question && m_wait.isAnswered(*m_question)) {
+        Q_EMIT m_question->finished(m_question);
+    }
+    return m_known;
+}
+
+void NotificationConnection::learn()
+{
+    if (m_known || m_question) {
         return;
     }
-    Q_EMIT notification->closed(reason);
-    if (notification && m_live.value(id) == notification) {
-        m_live.remove(id);
-        notification->d->id = 0;
+    const QDBusPendingCall capabilities = send(question(protocol::service(), QStringLiteral("GetCapabilities"), {}));
+    m_heldQuestion.reset();
+    if (!isBus()) {
+        m_heldQuestion = askHeld(); // in one go: at the other end of a peer connection is the platform's own server
+    }
+    m_question = watch(capabilities, [this](const QDBusPendingCall &answer) { takeCapabilities(answer); });
+}
+
+QDBusPendingCall NotificationConnection::askHeld() const
+{
+    return send(question(QStringLiteral("com.vorn.Notifications"), QStringLiteral("GetNotifications"), {ownerName()}));
+}
+
+void NotificationConnection::takeCapabilities(const QDBusPendingCall &answer)
+{
+    const QString sender = answer.reply().service();
+    const QDBusPendingReply<QStringList> reply = answer;
+    m_question = nullptr;
+    m_error = reply.error().message();
+    if (reply.isError() && (!m_connection.isConnected() || (isBus() && (sender.isEmpty() || sender == busService())))) {
+        Q_EMIT missing();
+        return;
+    }
+    m_owner = sender;
+    m_capabilities = reply.isError() ? ServerCapabilities() : ServerCapabilities::named(reply.value());
+    if (m_capabilities.ours) { // some others do not even refuse what they do not know
+        m_question = watch(m_heldQuestion ? *m_heldQuestion : askHeld(),
+                           [this](const QDBusPendingCall &held) { takeHeld(held); });
+        return;
+    }
+    m_known = true;
+    Q_EMIT known({}, false);
+}
+
+void NotificationConnection::takeHeld(const QDBusPendingCall &answer)
+{
+    const QDBusPendingReply<NotificationKeys> reply = answer;
+    m_question = nullptr;
+    m_known = true;
+    const bool late = std::exchange(m_heldAbandoned, false) && !m_caller;
+    if (m_caller && !reply.isError()) {
+        *m_caller = reply.value();
+    }
+    Q_EMIT known(reply.value(), late);
+}
+
+std::optional<NotificationKeys> NotificationConnection::held()
+{
+    std::optional<NotificationKeys> held;
+    if (isOpen()) {
+        if (m_known && m_capabilities.ours && !m_question) {
+            m_question = watch(askHeld(), [this](const QDBusPendingCall &answer) { takeHeld(answer); });
+        }
+        m_caller = &held;
+        knowServer();
+        m_caller = nullptr;
+        m_heldAbandoned = !held && m_question;
+    }
+    return held;
+}
+
+void NotificationConnection::notify(const DesktopNotification &notification, bool mayWait, const Taken &taken)
+{
+    const QDBusPendingCall call =
+        send(question(protocol::service(), QStringLiteral("Notify"),
+                      {notification.appName, notification.id, notification.appIcon, notification.summary,
+                       notification.body, notification.actions, notification.hints, notification.expireTimeout}));
+    if (mayWait && m_wait.isAnswered(call)) {
+        taken(call);
+        return;
+    }
+    ++m_unanswered;
+    QDBusPendingCallWatcher *const watcher = watch(call, [this, taken](const QDBusPendingCall &answer) {
+        --m_unanswered;
+        taken(answer);
+    });
+    if (call.isFinished()) { // just now, and Qt does not tell a second watcher
+        Q_EMIT watcher->finished(watcher);
+    }
+}
+
+bool NotificationConnection::isFromAnother(const QDBusPendingCall &answer)
+{
+    const QString sender = answer.reply().service();
+    const bool another = !sender.isEmpty() && sender != busService() && sender != m_owner;
+    if (another) {
+        forgetServer();
+        Q_EMIT lost();
+    }
+    return another;
+}
+
+/// The server is told not to answer: nobody would look at it, and one that hangs would leave it outstanding for good.
+void NotificationConnection::closeNotification(uint id)
+{
+    m_connection.call(question(protocol::service(), QStringLiteral("CloseNotification"), {id}), QDBus::NoBlock);
+}
+
+void NotificationConnection::onSignal(const QDBusMessage &signal)
+{
+    if (signal.service() == m_owner) {
+        Q_EMIT signalled(signal);
+    }
+}
+
+void NotificationConnection::onOwnerChanged(const QString & /*name*/, const QString &before, const QString &after,
+                                            const QDBusMessage &signal)
+{
+    if (signal.service() != busService()) {
+        return; // anybody can send such signals
+    }
+    if (!m_owner.isEmpty() && before == m_owner) {
+        forgetServer();
+        Q_EMIT lost();
+    }
+    if (!after.isEmpty() && after != m_owner) {
+        Q_EMIT appeared();
     }
 }

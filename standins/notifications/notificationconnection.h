@@ -1,85 +1,95 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "standins/notifications/doorbell.h"
-#include "standins/notifications/wire.h"
+#include "standins/notifications/boundedwait.h"
+#include "standins/notifications/capabilities.h"
+#include "standins/protocol/desktopnotification.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QObject>
-#include <QtCore/QPointer>
 #include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusPendingCall>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusPendingCallWatcher>
 
 #include <functional>
-#include <limits>
+#include <future>
 #include <memory>
+#include <optional>
 
-class ComVornNotificationsInterface;
-class Notification;
-class OrgFreedesktopNotificationsInterface;
-class QDBusServiceWatcher;
-
-/// The one conversation of the process with the notification server. Lives on the thread that uses it first,
-/// until the application object goes away.
+/// The conversation with the notification server, on a bus or a peer connection: sends, receives and waits.
 class NotificationConnection : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Created on first use.
-    static NotificationConnection &instance();
-    /// Null while there is none.
-    static NotificationConnection *existing();
-
-    ~NotificationConnection() override;
-
-    bool use(const QDBusConnection &connection);
-    void publish(Notification *notification);
-    void close(uint id);
-    /// What the server holds for this program.
-    QList<Notification *> held();
-    /// `notification` is about to be destroyed.
-    void forget(Notification *notification, uint id);
-
-private:
-    using Live = QHash<uint, Notification *>;
-    /// What is to be done once the identifier is known.
-    struct Wish {
-        bool publishAgain = false;
-        bool close = false;
-    };
+    using Taken = std::function<void(const QDBusPendingCall &answer)>;
 
     NotificationConnection();
-    void ensureConnected();
-    void start(const QDBusConnection &connection);
-    void stopWaitingForServer(const char *what);
-    void fetchCapabilities();
-    bool waitFor(const QDBusPendingCall &call);
-    void takeLater(const QDBusPendingCall &call, const std::function<void(const QDBusPendingCall &)> &taken);
-    void takeCapabilities(const QDBusPendingCall &call);
-    void takeLate(uint id, const QDBusPendingCall &call);
-    void take(Notification *notification, const QDBusPendingCall &call);
-    void servedBy(const QString &owner);
-    Live forgetIdentifiers();
-    void onActionInvoked(uint id, const QString &key);
-    void onReplied(uint id, const QString &text);
-    void invoke(Notification *notification, const QVariantMap &action, const QString &answer) const;
-    void onClosed(uint id, uint reason);
 
-    QDBusConnection m_connection;
-    std::unique_ptr<OrgFreedesktopNotificationsInterface> m_server;
-    std::unique_ptr<ComVornNotificationsInterface> m_extension;
-    std::unique_ptr<QDBusServiceWatcher> m_watcher;
-    QString m_owner; ///< unique bus name of the server that issued the identifiers
+    /// Talks over `connection` from now on; what is under way is given up.
+    void use(const QDBusConnection &connection);
+    /// Whether there is a connection. Without one in use, takes the session bus's.
+    bool isOpen();
+    const QDBusConnection &connection() const { return m_connection; }
+    /// Why there is no connection, or no server.
+    QString errorString() const { return m_error.isEmpty() ? m_connection.lastError().message() : m_error; }
+
+    /// Whether it is known who serves, what it can do and, if it tells, what it holds. If not, asks, and waits for a
+    /// bounded time; later, `known()` tells.
+    bool knowServer();
+    /// The same, without waiting.
+    void learn();
+    bool isKnown() const { return m_known; }
+    bool isLearning() const { return m_question != nullptr; }
+    const ServerCapabilities &capabilities() const { return m_capabilities; }
+    /// Asks what the server holds for this program, and waits for a bounded time; null when it does not tell by then.
+    std::optional<NotificationKeys> held();
+
+    /// Sends a notification. `taken` gets the answer: before this returns if it comes within the time that is left for
+    /// waiting and `mayWait`, else when the event loop comes to it.
+    void notify(const DesktopNotification &notification, bool mayWait, const Taken &taken);
+    /// Notifications whose answers have not come.
+    int unanswered() const { return m_unanswered; }
+    /// Whether `answer` is of another server than the one that is known. If so, that one is `lost()`.
+    bool isFromAnother(const QDBusPendingCall &answer);
+    void closeNotification(uint id);
+
+Q_SIGNALS:
+    /// The server is known. `held` is what it holds, if it tells; `late` if somebody has waited for that in vain.
+    void known(const NotificationKeys &held, bool late);
+    /// There is no server to ask.
+    void missing();
+    /// The server is gone, and its identifiers with it.
+    void lost();
+    /// There is a server, about which nothing is known yet.
+    void appeared();
+    /// A signal of the server.
+    void signalled(const QDBusMessage &signal);
+
+private Q_SLOTS:
+    void onSignal(const QDBusMessage &signal);
+    void onOwnerChanged(const QString &name, const QString &before, const QString &after, const QDBusMessage &signal);
+
+private:
+    bool isBus() const { return !m_connection.baseService().isEmpty(); }
+    void forgetServer();
+    QDBusMessage question(const QString &interface, const QString &method, const QVariantList &arguments) const;
+    QDBusPendingCall send(const QDBusMessage &question) const;
+    QDBusPendingCall askHeld() const;
+    QDBusPendingCallWatcher *watch(const QDBusPendingCall &call, const Taken &taken);
+    void takeCapabilities(const QDBusPendingCall &answer);
+    void takeHeld(const QDBusPendingCall &answer);
+
+    QDBusConnection m_connection{QString()};
+    std::shared_future<void> m_connecting; ///< to the session bus
+    QString m_error;
+    QString m_owner; ///< the server's unique name on a bus; empty while unknown
     ServerCapabilities m_capabilities;
-    bool m_capabilitiesKnown = false;
-    bool m_responsive = true; ///< whether waiting for the server makes sense
-    int m_outstanding = 0;    ///< calls nobody waits for
-    int m_conversation = 0;   ///< counts the connections; answers of earlier ones do not matter
-    Live m_live;              ///< who published each identifier last
-    /// New notifications whose identifier is late; they go under a stand-in until it comes, so that an update
-    /// does not show a second one, and a removal is not lost.
-    QHash<uint, Wish> m_awaited;
-    uint m_nextStandIn = std::numeric_limits<uint>::max();
-    Doorbell m_bell;
+    bool m_known = false;
+    std::unique_ptr<QObject> m_watchers;                 ///< owns them
+    QDBusPendingCallWatcher *m_question = nullptr;       ///< about the server, while it is not known
+    std::optional<QDBusPendingCall> m_heldQuestion;      ///< if that has been asked already
+    std::optional<NotificationKeys> *m_caller = nullptr; ///< waits for what the server holds
+    bool m_heldAbandoned = false;                        ///< has waited in vain
+    int m_unanswered = 0;
+    BoundedWait m_wait;
 };

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/include/notificationconnectionmanager.h"
-#include "standins/notifications/notificationconnection.h"
+#include "standins/notifications/publications.h"
 
 bool NotificationConnectionManager::useDBusConnection(const QDBusConnection &connection)
 {
-    return NotificationConnection::instance().use(connection);
+    return Publications::instance().use(connection);
 }

@@ -110,6 +110,7 @@ void registerDesktopNotificationTypes()
 {
     qDBusRegisterMetaType<DesktopNotification>();
     qDBusRegisterMetaType<DesktopNotificationList>();
+    qDBusRegisterMetaType<NotificationKeys>();
 }
 
 QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)

@@ -3,6 +3,7 @@
 
 #include "standins/protocol/hints.h"
 
+#include <QtCore/QMap>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 #include <QtDBus/QDBusArgument>
@@ -22,9 +23,12 @@ struct DesktopNotification {
     int expireTimeout = -1; ///< milliseconds; -1 the server's choice, 0 never
 };
 using DesktopNotificationList = QList<DesktopNotification>;
+/// Identifiers, and the Android keys of what is shown under them.
+using NotificationKeys = QMap<uint, QString>;
 
 Q_DECLARE_METATYPE(DesktopNotification)
 Q_DECLARE_METATYPE(DesktopNotificationList)
+Q_DECLARE_METATYPE(NotificationKeys)
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DesktopNotification &notification);
 /// Hints arrive free of `QDBusArgument` (see `plainMap`).

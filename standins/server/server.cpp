@@ -94,15 +94,16 @@ void Server::close(uint id, CloseReason reason)
     Q_EMIT Closed(id, reason);
 }
 
-DesktopNotificationList Server::GetNotifications(const QString &owner) const
+NotificationKeys Server::GetNotifications(const QString &owner) const
 {
-    DesktopNotificationList list;
+    NotificationKeys keys;
     for (const Entry &entry : m_entries) {
-        if (entry.notification.hints.value(protocol::hint::owner()).toString() == owner) {
-            list.append(entry.notification);
+        const QVariantMap &hints = entry.notification.hints;
+        if (!owner.isEmpty() && hints.value(protocol::hint::owner()).toString() == owner) {
+            keys.insert(entry.notification.id, hints.value(protocol::hint::originKey()).toString());
         }
     }
-    return list;
+    return keys;
 }
 
 DesktopNotificationList Server::List() const

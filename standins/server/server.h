@@ -44,7 +44,7 @@ public Q_SLOTS: // what the D-Bus adaptors call
     QString GetServerInformation(QString &vendor, QString &version, QString &specVersion) const;
 
     // com.vorn.Notifications
-    DesktopNotificationList GetNotifications(const QString &owner) const;
+    NotificationKeys GetNotifications(const QString &owner) const;
 
     // com.vorn.Notifications.Control; a D-Bus error when there is no such notification or action
     DesktopNotificationList List() const;

@@ -13,8 +13,8 @@
 #define VORN_NOTIFICATIONS_EXPORT Q_DECL_IMPORT
 #endif
 
-class NotificationConnection;
 class NotificationPrivate;
+class Publications;
 
 /// One notification of the desktop notification server (freedesktop.org Desktop Notifications 1.2).
 /// Setters only change this object; `publish()` sends it. To be used on one thread, which runs an event loop
@@ -110,6 +110,6 @@ Q_SIGNALS:
     void closed(uint reason);
 
 private:
-    friend class NotificationConnection;
+    friend class Publications;
     std::unique_ptr<NotificationPrivate> d;
 };

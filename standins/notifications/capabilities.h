@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtCore/QStringList>
+
+/// What a notification server can do, as far as it changes what it is sent. One that does not say knows the protocol
+/// alone.
+struct ServerCapabilities {
+    bool bodyMarkup = true; ///< the safe guess: escaped text is readable everywhere, raw text may not be shown
+    bool persistence = false;
+    bool ours = false;        ///< it calls the actions' methods, knows all our hints, and tells what it holds
+    bool inlineReply = false; ///< it has a field to type an answer into
+    bool bar = false;         ///< it draws the progress along with the texts
+    bool bareGauge = false;   ///< it draws the progress in place of the texts
+
+    /// By what `GetCapabilities` says.
+    static ServerCapabilities named(const QStringList &names);
+};

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "standins/protocol/desktopnotification.h"
+
+#include <QtCore/QThread>
+#include <QtDBus/QDBusServer>
+#include <QtDBus/QDBusVirtualObject>
+
+#include <functional>
+#include <memory>
+
+/// A notification server that answers what and when a test says, on a thread of its own: at the far end of a peer
+/// connection, or on a bus. It can be made to pay no attention to calls for a while.
+class FakeServer : public QDBusVirtualObject
+{
+public:
+    explicit FakeServer(const QStringList &capabilities, const QString &bus = {},
+                        const QMap<uint, DesktopNotification> &remembered = {})
+        : shown(remembered)
+        , m_capabilities(capabilities)
+    {
+        registerDesktopNotificationTypes();
+        moveToThread(&m_thread);
+        m_thread.start();
+        run([this, bus] {
+            if (!bus.isEmpty()) {
+                m_peer = QDBusConnection::connectToBus(bus, bus + QString::number(++buses));
+                m_peer.registerVirtualObject(protocol::objectPath(), this);
+                m_peer.registerService(protocol::service());
+                return;
+            }
+            m_listener = std::make_unique<QDBusServer>("unix:tmpdir=/tmp");
+            connect(m_listener.get(), &QDBusServer::newConnection, this, [this](const QDBusConnection &peer) {
+                m_peer = peer;
+                m_peer.registerVirtualObject("/", this, QDBusConnection::SubPath);
+            });
+        });
+    }
+    ~FakeServer() override
+    {
+        run([this] {
+            m_listener.reset();
+            QDBusConnection::disconnectFromBus(m_peer.name());
+            m_peer = QDBusConnection("");
+        });
+        m_thread.quit();
+        m_thread.wait();
+    }
+    QString address() const { return m_listener->address(); }
+
+    /// Calls wait from now on.
+    void hold()
+    {
+        run([this] { m_holding = true; });
+    }
+    void handleOne()
+    {
+        run([this] { m_waiting.isEmpty() ? void() : handle(m_waiting.takeFirst()); });
+    }
+    /// Handles all that waits, the first ones first, or the last.
+    void release(bool lastFirst = false)
+    {
+        run([=] {
+            m_holding = false;
+            while (!m_waiting.isEmpty()) {
+                handle(lastFirst ? m_waiting.takeLast() : m_waiting.takeFirst());
+            }
+        });
+    }
+    /// The user makes a notification go away, or the server does.
+    void close(uint id, uint reason = 2)
+    {
+        run([=] {
+            shown.remove(id);
+            signal("NotificationClosed", {id, reason});
+        });
+    }
+    void signal(const QString &name, const QVariantList &arguments)
+    {
+        QDBusMessage message = QDBusMessage::createSignal(protocol::objectPath(), protocol::service(), name);
+        message.setArguments(arguments);
+        run([&] { m_peer.send(message); });
+    }
+    void run(const std::function<void()> &work)
+    {
+        const bool here = QThread::currentThread() == &m_thread;
+        QMetaObject::invokeMethod(this, work, here ? Qt::DirectConnection : Qt::BlockingQueuedConnection);
+    }
+
+    bool keepsIds = false;                                          ///< gives a closed identifier to an update again
+    std::function<QDBusMessage(const QDBusMessage &notify)> answer; ///< to `Notify`, instead of showing anything
+    QMap<uint, DesktopNotification> shown;
+    QStringList calls; ///< of methods, but for those that merely ask; of identifiers to close, these too
+
+    QString introspect(const QString & /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage &call, const QDBusConnection & /*connection*/) override
+    {
+        const bool waits = m_holding && call.member() != "GetServerInformation"; // which tells whether all has arrived
+        waits ? m_waiting.append(call) : handle(call);
+        return true;
+    }
+
+private:
+    void handle(const QDBusMessage &call)
+    {
+        const QVariantList arguments = call.arguments();
+        QDBusMessage reply = call.createReply();
+        if (call.member() == "GetCapabilities") {
+            reply << m_capabilities;
+        } else if (call.member() == "GetNotifications") {
+            NotificationKeys keys;
+            for (const DesktopNotification &notification : qAsConst(shown)) {
+                keys.insert(notification.id, notification.hints["x-vorn-origin-key"].toString());
+            }
+            reply << QVariant::fromValue(keys);
+        } else if (call.member() == "Notify") {
+            calls << "Notify";
+            reply = answer ? answer(call) : call.createReply(show(arguments));
+        } else if (call.member() == "CloseNotification") {
+            calls << QString("Close %1").arg(arguments[0].toUInt());
+            shown.contains(arguments[0].toUInt()) ? close(arguments[0].toUInt(), 3) : void();
+        } else if (call.interface() == "com.velmo.lumd") {
+            calls << call.member() + ' ' + QVariant(arguments).toStringList().join(' ');
+        }
+        m_peer.send(reply);
+    }
+    uint show(const QVariantList &a)
+    {
+        const uint replaced = a[1].toUInt();
+        const uint id = replaced != 0 && (keepsIds || shown.contains(replaced)) ? replaced : ++m_lastId;
+        shown[id] = {id,
+                     a[0].toString(),
+                     a[2].toString(),
+                     a[3].toString(),
+                     a[4].toString(),
+                     a[5].toStringList(),
+                     qdbus_cast<QVariantMap>(a[6]),
+                     a[7].toInt()};
+        return id;
+    }
+
+    inline static int buses = 0;
+    const QStringList m_capabilities;
+    QThread m_thread;
+    std::unique_ptr<QDBusServer> m_listener;
+    QDBusConnection m_peer{""};
+    QList<QDBusMessage> m_waiting;
+    bool m_holding = false;
+    uint m_lastId = shown.isEmpty() ? 0 : shown.lastKey();
+};

@@ -1,0 +1,474 @@
+// SPDX-License-Identifier: MIT
+#include "tests/fakeserver.h"
+#include "tools/harness/settle.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QProcess>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QTimer>
+#include <QtTest/QtTest>
+
+#include <notification.h>
+#include <notificationconnectionmanager.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace
+{
+
+const QStringList ours = {"persistence", "x-vorn-remote-actions"};
+const QStringList foreign = {"actions", "body-markup"};
+
+/// A program that shows one notification a key, as the plug-in does, on a fake server.
+struct Program {
+    explicit Program(const QStringList &capabilities, const QString &bus = {})
+        : server(std::make_unique<FakeServer>(capabilities, bus))
+        , connection(bus.isEmpty() ? QDBusConnection::connectToPeer(server->address(), "program")
+                                   : QDBusConnection::connectToBus(bus, "program"))
+    {
+        NotificationConnectionManager::useDBusConnection(connection);
+    }
+    ~Program()
+    {
+        qDeleteAll(live);
+        QDBusConnection::disconnectFromPeer("program");
+        QDBusConnection::disconnectFromBus("program");
+    }
+    Notification *add(const QString &key, const QString &text)
+    {
+        auto *const fresh = new Notification;
+        fresh->setSummary(text);
+        fresh->setBody('<' + text + '|' + key); // other servers get no key
+        fresh->setHintValue("x-vorn-origin-key", key);
+        fresh->setRemoteActions({Notification::remoteAction("a|1", "A", "", "/", "com.velmo.lumd", "call", {key})});
+        if (Notification *const old = live.take(key)) {
+            fresh->setReplacesId(old->replacesId());
+            delete old;
+        }
+        fresh->publish();
+        live[key] = fresh;
+        const QPointer<Notification> object = fresh;
+        QObject::connect(fresh, &Notification::actionInvoked, [=](const QString &name) { told << key + ' ' + name; });
+        QObject::connect(fresh, &Notification::closed, [=] {
+            told << key + " gone";
+            live.remove(key);
+            object->deleteLater();
+        });
+        return fresh;
+    }
+    void remove(const QString &key)
+    {
+        if (Notification *const notification = live.take(key)) {
+            notification->close();
+            delete notification;
+        }
+    }
+    /// The user dismisses the notification of this number, if there is one; returns its key.
+    QString dismiss(int number)
+    {
+        QString key;
+        server->run([&] {
+            const DesktopNotification one = server->shown.values().value(number);
+            key = one.body.section('|', 1);
+            one.id != 0 ? server->close(one.id) : void();
+        });
+        return key;
+    }
+    static void clear()
+    {
+        for (QObject *const object : Notification::notifications()) {
+            qobject_cast<Notification *>(object)->close();
+            delete object;
+        }
+    }
+    /// Returns when all is handled that was sent, in either direction, and what was sent because of it.
+    void settle() const
+    {
+        for (int i = 0; i < 4; ++i) {
+            QVERIFY(::settle(connection));
+        }
+    }
+    QString shown() const
+    {
+        settle();
+        QStringList texts;
+        server->run([&] {
+            for (const DesktopNotification &notification : qAsConst(server->shown)) {
+                texts << notification.hints.value("x-vorn-origin-key").toString() + notification.summary;
+            }
+        });
+        texts.sort();
+        return texts.join(' ');
+    }
+
+    std::unique_ptr<FakeServer> server;
+    QDBusConnection connection;
+    QMap<QString, Notification *> live;
+    QStringList told;
+};
+
+struct Row {
+    const char *what;
+    void (*happens)(Program &program, FakeServer &server);
+    const char *shown;
+    const char *told = "";
+    QStringList capabilities = ours;
+};
+
+/// Each begins with k shown as k1.
+const Row rows[] = {
+    {"answers to new ones and updates come late",
+     [](auto &p, auto &s) {
+         s.hold();
+         for (const char *const text : {"1", "2", "3"}) {
+             p.add("l", text);
+             p.add("k", text);
+         }
+         QCOMPARE(p.live["l"]->replacesId(), 0U);
+         s.release();
+     },
+     "k3 l3"},
+    {"answers come in another order",
+     [](auto &p, auto &s) {
+         s.hold();
+         p.add("l", "1"), p.add("m", "1"), p.add("k", "2");
+         s.release(true);
+         p.settle();
+         p.remove("l");
+     },
+     "k2 m1"},
+    {"removed before the identifier comes",
+     [](auto &p, auto &s) {
+         s.hold();
+         p.add("l", "1"), p.add("l", "2");
+         p.remove("l"), p.remove("k");
+         p.add("l", "3");
+         s.release();
+     },
+     "l3"},
+    {"closed and published again before the identifier comes",
+     [](auto &p, auto &s) {
+         s.hold();
+         Notification *const notification = p.add("l", "1");
+         notification->close();
+         notification->setSummary("2");
+         notification->publish();
+         s.release();
+     },
+     "k1 l2"},
+    {"cleared before the identifier comes",
+     [](auto &p, auto &s) {
+         s.hold();
+         p.add("l", "1");
+         Program::clear();
+         s.release();
+         p.settle();
+         QCOMPARE(s.calls.filter("Close"), (QStringList{"Close 1", "Close 2"}));
+     },
+     "", "k gone l gone"},
+    {"dismissed while an update is on its way",
+     [](auto &p, auto &s) {
+         s.keepsIds = true;
+         s.close(1);
+         p.add("k", "2");
+         p.settle();
+         QCOMPARE(p.told, QStringList());
+         p.add("k", "3");
+         s.close(1);
+     },
+     "", "k gone"},
+    {"dismissed while an update is on its way, and the answer late",
+     [](auto &p, auto &s) {
+         s.hold();
+         s.close(1);
+         p.add("k", "2");
+         p.settle();
+         s.release();
+     },
+     "k2"},
+    {"cleared and added again at once",
+     [](auto &p, auto &s) {
+         s.keepsIds = true;
+         Program::clear();
+         p.add("k", "2");
+     },
+     "k2"},
+    {"dismissed while an update is refused",
+     [](auto &p, auto &s) {
+         s.answer = [](auto &notify) { return notify.createErrorReply("x.y", "no"); };
+         s.hold();
+         p.add("k", "2"), p.add("l", "1");
+         s.close(1);
+         p.settle();
+         s.release();
+     },
+     "", "k gone"},
+    {"an update is refused, the next one is not",
+     [](auto &p, auto &s) {
+         s.answer = [](auto &notify) { return notify.createErrorReply("x.y", "no"); };
+         p.add("k", "2"), p.add("l", "2");
+         s.answer = nullptr;
+         p.add("k", "3"), p.add("l", "3");
+     },
+     "k3 l3"},
+    {"answers are of another type, or name no identifier",
+     [](auto &p, auto &s) {
+         s.answer = [](auto &notify) { return notify.createReply(QStringList{"x"}); };
+         p.add("l", "1");
+         s.answer = [](auto &notify) { return notify.createReply(0U); };
+         p.add("m", "1");
+         QCOMPARE(p.live["m"]->replacesId(), 0U);
+     },
+     "k1"},
+    {"one identifier is given to two",
+     [](auto &p, auto &s) {
+         s.answer = [](auto &notify) { return notify.createReply(1U); };
+         p.add("l", "1");
+         s.answer = nullptr;
+         QCOMPARE(p.live["k"]->replacesId(), 0U);
+         s.signal("ActionInvoked", {1U, "a|1"});
+     },
+     "k1", "l a|1"},
+    {"closed twice",
+     [](auto &p, auto &s) {
+         Notification *const notification = p.live["k"];
+         notification->close(), notification->close();
+         p.settle();
+         s.signal("NotificationClosed", {1U, 2U});
+         QCOMPARE(s.calls.join(" "), "Notify Close 1");
+     },
+     "", "k gone"},
+    {"another's server expires a pop-up",
+     [](auto &p, auto &s) {
+         s.signal("NotificationClosed", {1U, 1U});
+         p.settle();
+         p.remove("k");
+     },
+     "", "", foreign},
+    {"messages are cleared on another's server",
+     [](auto &, auto &) {
+         Notification message;
+         message.setSummary("message");
+         message.publish();
+         Program::clear();
+     },
+     "", "k gone", foreign},
+    {"our server expires it", [](auto &, auto &s) { s.close(1, 1); }, "", "k gone"},
+};
+
+} // namespace
+
+class ClientTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + m_directory.filePath("silent").toUtf8()); }
+
+    void busDaemonThatHangs()
+    {
+        const int silent = socket(AF_UNIX, SOCK_STREAM, 0); // takes connections and says nothing
+        sockaddr_un address = {AF_UNIX, {}};
+        qstrcpy(address.sun_path, qPrintable(m_directory.filePath("silent")));
+        QCOMPARE(bind(silent, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+        QCOMPARE(listen(silent, 1), 0);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        Notification notification;
+        for (int i = 0; i < 3; ++i) {
+            notification.publish();
+            QCOMPARE(Notification::notifications(), QList<QObject *>());
+        }
+        QVERIFY2(elapsed.elapsed() < 1500, qPrintable(QString::number(elapsed.elapsed())));
+        ::close(silent);
+    }
+
+    void whatever_data()
+    {
+        QTest::addColumn<int>("row");
+        for (const Row &row : rows) {
+            QTest::newRow(row.what) << static_cast<int>(&row - rows);
+        }
+    }
+    void whatever()
+    {
+        QFETCH(int, row);
+        Program program(rows[row].capabilities);
+        program.add("k", "1");
+        program.settle();
+        rows[row].happens(program, *program.server);
+        QCOMPARE(program.shown(), rows[row].shown);
+        QCOMPARE(program.told.join(' '), rows[row].told);
+    }
+
+    /// What is shown is sent once the server is known, in the form that suits it.
+    void capabilitiesComeLate()
+    {
+        QStringList calls;
+        {
+            Program program(foreign);
+            program.server->hold();
+            program.add("k", "1"), program.add("l", "1"), program.add("k", "2");
+            program.settle();
+            QCOMPARE(program.server->calls, QStringList());
+            program.server->release();
+            QCOMPARE(program.shown(), "1 2"); // without our own hints
+            QCOMPARE(program.server->shown[1].body, "&lt;2|k");
+            program.server->signal("ActionInvoked", {1U, "a|1"});
+            program.settle();
+            QCOMPARE(program.told, QStringList{"k a|1"});
+            calls = program.server->calls;
+        }
+        QCOMPARE(calls, (QStringList{"Notify", "Notify", "call k"}));
+    }
+
+    void leftoversAreListedLate()
+    {
+        Program program(ours);
+        program.server->shown[7].id = 7;
+        program.server->hold();
+        QCOMPARE(Notification::notifications(), QList<QObject *>());
+        program.add("k", "1");
+        program.server->release();
+        QCOMPARE(program.shown(), "k1");
+    }
+
+    /// On a bus, which server an identifier is from matters: whoever was there before, and whatever it remembers.
+    void serversChange()
+    {
+        QProcess daemon;
+        daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
+        QVERIFY(daemon.waitForReadyRead());
+        const QString bus = daemon.readLine().trimmed();
+        Program program(ours, bus);
+        program.server->hold(); // as one that has just been activated
+        for (const char *const text : {"1", "2"}) {
+            program.add("k", text), program.add("l", text);
+        }
+        program.server->release();
+        QCOMPARE(program.shown(), "k2 l2");
+        QCOMPARE(program.server->calls.size(), 2);
+        const QMap<uint, DesktopNotification> remembered = {{1, program.server->shown[1]},
+                                                            {2, {2, {}, {}, "other's", {}, {}, {}, 0}}};
+
+        program.server.reset();
+        program.server = std::make_unique<FakeServer>(ours, bus, remembered);
+        QTRY_COMPARE(program.shown(), "k2 l2 other's"); // which was not taken for l
+        QCOMPARE(program.server->calls, QStringList{"Notify"});
+        program.add("k", "3");
+        program.server->close(program.live["l"]->replacesId());
+        QCOMPARE(program.shown(), "k3 other's");
+        QCOMPARE(program.told, QStringList{"l gone"});
+
+        program.server.reset();
+        program.server = std::make_unique<FakeServer>(foreign, bus);
+        QTRY_COMPARE(program.shown(), "3");
+        QCOMPARE(program.server->shown.first().hints["suppress-sound"], QVariant(true));
+        program.remove("k");
+        QCOMPARE(program.shown(), "");
+    }
+
+    /// However it answers, a server may not hold up the thread for more than 1.5 s in 10 s.
+    void waitingIsBounded_data()
+    {
+        QTest::addColumn<int>("afterMs");
+        QTest::newRow("just in time") << 900;
+        QTest::newRow("late") << 1200;
+    }
+    void waitingIsBounded()
+    {
+        QFETCH(int, afterMs);
+        Program program(ours);
+        program.add("k", "0");
+        program.server->hold();
+        QTimer *timer = nullptr;
+        program.server->run([&] {
+            timer = new QTimer(program.server.get());
+            timer->callOnTimeout(timer, [&] { program.server->release(), program.server->hold(); });
+            timer->start(afterMs);
+        });
+        QElapsedTimer elapsed;
+        elapsed.start();
+        for (int i = 1; i < 20; ++i) {
+            program.add("k", QString::number(i));
+        }
+        QVERIFY2(elapsed.elapsed() < 1500, qPrintable(QString::number(elapsed.elapsed())));
+        program.server->run([&] { delete timer; });
+        program.server->release();
+        QCOMPARE(program.shown(), "k19");
+        program.add("k", "20"); // answered quickly again, so this is waited for
+        QCOMPARE(program.live["k"]->replacesId(), 1U);
+    }
+
+    /// Whatever happens in whatever order: in the end, what the program shows is on the desktop, once and as it was
+    /// last, nothing else is, and the program is told of what the user dismissed, and of nothing else.
+    void randomEvents_data()
+    {
+        QTest::addColumn<QStringList>("capabilities");
+        QTest::newRow("our server") << ours;
+        QTest::newRow("another that keeps identifiers") << foreign + QStringList{"keeps"};
+    }
+    void randomEvents()
+    {
+        QFETCH(QStringList, capabilities);
+        const uint seed =
+            qEnvironmentVariable("KAVREL_SEED", QString::number(QRandomGenerator::global()->generate())).toUInt();
+        QTest::qWarn(qPrintable(QString("KAVREL_SEED=%1").arg(seed)));
+        QRandomGenerator random(seed);
+        Program program(capabilities);
+        FakeServer &server = *program.server;
+        server.keepsIds = capabilities.contains("keeps");
+        QMap<QString, QString> certain; // what nobody has touched since it was added
+        for (int step = 1; step <= qEnvironmentVariable("KAVREL_STEPS", "5000").toInt(); ++step) {
+            const QString key(QChar('a' + random.bounded(6)));
+            const int what = random.bounded(100);
+            if (what < 40) {
+                program.add(key, certain[key] = QString::number(random.bounded(100)));
+            } else if (what < 55) {
+                program.remove(key);
+                certain.remove(key);
+            } else if (what < 70) {
+                certain.remove(program.dismiss(random.bounded(6)));
+            } else if (what < 75) {
+                server.hold();
+            } else if (what < 85) {
+                server.handleOne();
+            } else if (what < 90) {
+                program.settle();
+            } else if (what < 92) {
+                Program::clear();
+                certain.clear();
+            } else {
+                server.release();
+            }
+            if (step % 20 != 0) {
+                continue;
+            }
+            server.release();
+            QStringList expected;
+            program.settle();
+            for (auto live = program.live.cbegin(); live != program.live.cend(); ++live) {
+                expected << (server.keepsIds ? "" : live.key()) + (*live)->summary();
+            }
+            expected.sort();
+            QCOMPARE(program.shown(), expected.join(' '));
+            for (auto sure = certain.cbegin(); sure != certain.cend(); ++sure) {
+                QVERIFY2(program.live.contains(sure.key()), "told that something is gone that nobody has touched");
+                QCOMPARE(program.live[sure.key()]->summary(), *sure);
+            }
+            program.told.clear();
+            const QString dismissed = program.dismiss(0);
+            certain.remove(dismissed);
+            program.settle();
+            QCOMPARE(program.told, dismissed.isEmpty() ? QStringList() : QStringList{dismissed + " gone"});
+        }
+    }
+
+private:
+    const QTemporaryDir m_directory;
+};
+
+QTEST_GUILESS_MAIN(ClientTest)
+#include "tst_client.moc"
