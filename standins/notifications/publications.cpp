@@ -244,7 +244,7 @@ void Publications::onKnown(const NotificationKeys &held, bool late)
         const Notification *const notification = publication->notification;
         if (publication->state() == State::Unsent && !publication->hasContent() && notification) {
             // The server has lost it, or there was none: again, without the sound that it has made.
-            NotificationContent content = *notification->d;
+            NotificationContent content = static_cast<const NotificationContent &>(*notification->d);
             if (wasShown) {
                 content.hints.insert(protocol::hint::suppressSound(), true);
             }
