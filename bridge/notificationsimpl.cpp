@@ -20,7 +20,7 @@ void usePeerConnection()
     }
     const QDBusConnection connection = QDBusConnection::connectToPeer(address, QStringLiteral("peerconnection"));
     qCDebug(plugin) << "P2P dbus connection" << address << (connection.isConnected() ? "successful" : "failed");
-    if (!NotificationConnectionManager::useDBusConnection(connection)) {
+    if (!useConnection(connection)) {
         qCCritical(plugin) << "Could not set p2p dbus connection";
     }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "alert/alertcommand.h"
+#include "plugin/clientlibrary.h"
 #include "plugin/lumd.h"
 
 #include <QtCore/QDir>
@@ -14,8 +15,6 @@
 #include <QtCore/QStringList>
 
 #include <string>
-
-class Notification;
 
 /// The bridge between the host's Android notifications and the desktop's. One object for each load of the
 /// plug-in; lives on the host's thread and is driven by the host's callbacks and that thread's event loop.

@@ -115,11 +115,11 @@ void setImportance(Notification *notification, int importance)
     // Unsigned, since a host may send any number: it wraps instead of overflowing.
     notification->setHintValue(hint::priority(), static_cast<int>(static_cast<uint>(importance) * 25U));
     if (importance == 0 || importance == 1) {
-        notification->setUrgency(Notification::Low);
+        notification->setUrgency(urgency::low);
     } else if (importance == 4 || importance == 5) {
-        notification->setUrgency(Notification::Critical);
+        notification->setUrgency(urgency::critical);
     } else {
-        notification->setUrgency(Notification::Normal);
+        notification->setUrgency(urgency::normal);
     }
 }
 
@@ -164,7 +164,7 @@ void NotificationsImpl::addNotification(lu_field *record)
     setLifetimeAndCount(record, fresh);
     const bool lowUrgency = lu_field_get_bool(record, id::lowUrgency) != 0;
     if (lowUrgency) {
-        fresh->setUrgency(Notification::Low);
+        fresh->setUrgency(urgency::low);
     }
     fresh->setRemoteActions(remoteActions(record, key, m_actionInput));
 
@@ -178,7 +178,7 @@ void NotificationsImpl::addNotification(lu_field *record)
     connectNotif(fresh);
     m_notifications.insert(key, fresh);
 
-    if (!m_alertCommand.empty() && (fresh->urgency() > Notification::Low || lowUrgency)) {
+    if (!m_alertCommand.empty() && (fresh->urgency() > urgency::low || lowUrgency)) {
         requestAlert({title, packageName, fresh->appName(), fresh->body(), fresh->subText(), category});
     }
 }

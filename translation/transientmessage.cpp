@@ -9,7 +9,7 @@ void NotificationsImpl::publishNotification(lu_field *record)
     Notification notification;
     notification.setIsTransient(true);
     if (lu_field_get_bool(record, field::message::warning)) {
-        notification.setUrgency(Notification::Critical);
+        notification.setUrgency(urgency::critical);
         notification.setAppIcon(QStringLiteral("icon-lock-warning"));
     } else {
         notification.setAppIcon(QStringLiteral("icon-s-android"));
