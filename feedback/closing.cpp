@@ -29,17 +29,14 @@ void NotificationsImpl::notificationClosed(uint reason)
         qCWarning(plugin) << "Notification received with empty key";
         return;
     }
-    if (m_pendingCloseKeys.contains(key)) {
+    if (m_pendingCloseKeys.removeAll(key) > 0) {
         // The host knows already: it asked for the removal. The entry stays, as the earlier version of what
         // the host may yet add under this key.
-        m_pendingCloseKeys.removeAll(key);
-        removeCachedIcon(m_iconCacheDir, iconFileName(key));
+        removeCachedIcons(m_iconCacheDir, {iconFileName(key)});
         return;
     }
-    if (m_notifications.contains(key)) {
-        m_notifications.remove(key);
-        removeCachedIcon(m_iconCacheDir, iconFileName(key));
-        removeCachedIcon(m_iconCacheDir, largeIconFileName(key));
+    if (m_notifications.remove(key) > 0) {
+        removeCachedIcons(m_iconCacheDir, {iconFileName(key), largeIconFileName(key)});
         disconnect(notification, nullptr, this, nullptr);
         notification->deleteLater();
         lu_plugin_notifications_removed(m_handle, key.toUtf8().constData());
@@ -59,19 +56,16 @@ void NotificationsImpl::removeNotification(const char *key)
 
 void NotificationsImpl::onCloseNotifTimerExpired(const QString &key)
 {
-    if (!m_pendingCloseKeys.contains(key)) {
+    if (m_pendingCloseKeys.removeAll(key) == 0) {
         return;
     }
-    m_pendingCloseKeys.removeAll(key);
-    if (!m_notifications.contains(key)) {
+    Notification *const notification = m_notifications.value(key);
+    if (!notification) {
         return;
     }
-    if (Notification *const notification = m_notifications.value(key)) {
-        notification->close();
-        disconnect(notification, nullptr, this, nullptr);
-        notification->deleteLater();
-    }
+    notification->close();
+    disconnect(notification, nullptr, this, nullptr);
+    notification->deleteLater();
     m_notifications.remove(key);
-    removeCachedIcon(m_iconCacheDir, iconFileName(key));
-    removeCachedIcon(m_iconCacheDir, largeIconFileName(key));
+    removeCachedIcons(m_iconCacheDir, {iconFileName(key), largeIconFileName(key)});
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tests/world.h"
+#include "translation/iconcache.h"
 
 #include <csignal>
+#include <future>
 #include <sys/fsuid.h>
 #include <sys/resource.h>
 
@@ -15,7 +17,7 @@ private Q_SLOTS:
     {
         const QByteArray large(16 * 1024 * 1024, 'L');
         for (const auto &[key, name] : std::initializer_list<std::pair<const char *, QString>>{
-                 {"k", "k"}, {"a|b/c\nd", "a_b_c_d"}, {"", ""}, {"../../k", ".._.._k"}, {"50% #1 é?", "50% #1 é?"}}) {
+                 {"k", "k"}, {"a|b/c\nd", "a_b_c_d"}, {"", ""}, {":../k", ":.._k"}, {"50% #1 é?", "50% #1 é?"}}) {
             World world;
             world.add(key, "Title", "small", large);
             const QStringList names = {name + ".png", name + "_large.png"};
@@ -30,6 +32,9 @@ private Q_SLOTS:
             world.add(key, "Title", "new", large); // unchanged otherwise
             QCOMPARE(contents(folder + names[0]), "new");
             QCOMPARE(world.notifies, QList<bool>{false});
+            world.onServer([](Server &server) { server.Dismiss(1); });
+            world.settle();
+            QCOMPARE(world.cacheFiles(), *key ? QStringList() : names); // without a key it is not known any more
         }
     }
 
@@ -89,6 +94,51 @@ private Q_SLOTS:
                  QStringList{QString("debug: Cannot clear icon cache dir at \"%1\"").arg(world.cachePath())});
         QCOMPARE(world.cacheFiles(), (QStringList{"k.png", "k_large.png"}));
         QCOMPARE(world.seen("appIcon=; !image-path"), "appIcon=; !image-path");
+    }
+
+    void staleTemporaryDirectory()
+    {
+        World world;
+        world.unload();
+        const QByteArray directory = qgetenv("TMPDIR");
+        qputenv("TMPDIR", "/nonexistent");
+        const int root = setfsuid(65534); // who could create the cache in the root directory
+        world.load();
+        world.add("k", "Title", "small", "large");
+        const QString seen = world.seen("summary; appIcon=; !image-path");
+        world.unload();
+        setfsuid(static_cast<uid_t>(root));
+        qputenv("TMPDIR", directory);
+        QCOMPARE(seen, "summary=Title; appIcon=; !image-path");
+        QVERIFY(world.log.contains("critical: Cannot create icon cache dir at \"/lumd/notif\""));
+    }
+
+    void parentOpenToAll()
+    {
+        World world;
+        const QString parent = QFileInfo(world.cachePath()).path();
+        QVERIFY(QDir(world.cachePath()).removeRecursively());
+        QVERIFY(QFile::setPermissions(parent, QFile::Permissions(0x7777)));
+        world.host->clear();
+        QVERIFY(!QFile::permissions(parent).testFlag(QFile::WriteOther));
+    }
+
+    void clearedByManyAtOnce()
+    {
+        const QTemporaryDir directory;
+        std::vector<std::future<bool>> runs(12);
+        for (std::future<bool> &run : runs) {
+            run = std::async(std::launch::async, [&directory] {
+                bool created = true;
+                QDir cache(directory.filePath("lumd/notif"));
+                for (int i = 0; i < 200; ++i) {
+                    removeIconCache(cache);
+                    created = created && (cache.exists() || createIconCache(cache));
+                }
+                return created;
+            });
+        }
+        QVERIFY(std::all_of(runs.begin(), runs.end(), [](std::future<bool> &run) { return run.get(); }));
     }
 
     void linkInPlaceOfTheDirectory()

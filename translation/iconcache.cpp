@@ -42,18 +42,27 @@ QString iconFileName(const QString &text)
 
 QString largeIconFileName(const QString &key) { return iconFileName(key + QStringLiteral("_large")); }
 
+QString cachedIconPath(const QDir &cache, const QString &name)
+{
+    // Not QDir::filePath(), which takes a name that begins with ":" for one outside the directory.
+    return cache.path() + QLatin1Char('/') + name;
+}
+
 bool isTrustedIconCache(const QDir &cache) { return isTrusted(parentOf(cache)) && isTrusted(cache.path()); }
 
 bool removeIconCache(QDir &cache)
 {
+    const bool parentTrusted = isTrusted(parentOf(cache));
+    if (parentTrusted) {
+        withdraw(parentOf(cache), S_IWOTH);
+    }
     const QFileInfo entry(cache.path());
     if (!entry.exists() && !entry.isSymLink()) {
         return true;
     }
-    if (!isTrusted(parentOf(cache))) {
+    if (!parentTrusted) {
         return false;
     }
-    withdraw(parentOf(cache), S_IWOTH);
     if (entry.isSymLink()) {
         return QFile::remove(cache.path());
     }
@@ -68,14 +77,27 @@ bool createIconCache(const QDir &cache)
 {
     const QString parent = parentOf(cache);
     QDir().mkpath(QFileInfo(parent).path());
-    // Named after the host, which may keep there what others have to reach: they may pass, not look around.
+    // The host may keep files of its own in this directory, which bears its name: other users may reach what they
+    // know the name of, but not list what there is.
     ::mkdir(native(parent).constData(), S_IRWXU | S_IXGRP | S_IXOTH);
-    return isTrusted(parent) && ::mkdir(native(cache.path()).constData(), S_IRWXU) == 0;
+    if (!isTrusted(parent)) {
+        return false;
+    }
+    // Other plug-ins of this user's may create it, or remove it again, at the same time.
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        if (::mkdir(native(cache.path()).constData(), S_IRWXU) == 0 || isTrusted(cache.path())) {
+            return true;
+        }
+    }
+    return false;
 }
 
-void removeCachedIcon(QDir &cache, const QString &name)
+void removeCachedIcons(const QDir &cache, const QStringList &names)
 {
-    if (isTrustedIconCache(cache)) {
-        cache.remove(name);
+    if (!isTrustedIconCache(cache)) {
+        return;
+    }
+    for (const QString &name : names) {
+        QFile::remove(cachedIconPath(cache, name));
     }
 }

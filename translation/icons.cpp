@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "translation/icons.h"
 
-#include "plugin/clientlibrary.h"
 #include "plugin/fields.h"
 #include "plugin/logging.h"
 #include "translation/iconcache.h"
@@ -14,80 +13,59 @@ namespace
 
 namespace id = field::notification;
 
-struct IconBytes {
-    const uint8_t *data = nullptr;
-    uint32_t length = 0;
+enum class SaveResult {
+    Saved,
+    Skipped, ///< there is no icon, or no directory to write it to: not worth a log line
+    Failed
 };
 
-IconBytes iconBytes(lu_field *record, uint32_t fieldId)
+/// Writes an icon of the record's to `path`, straight from the host's buffer. The file appears whole or not at all.
+SaveResult saveIcon(lu_field *record, uint32_t fieldId, const QDir &cache, const QString &path, const char *label)
 {
-    IconBytes icon;
-    if (lu_field_is_set(record, fieldId)) {
-        icon.data = lu_field_get_byte_array(record, fieldId, &icon.length);
+    uint32_t length = 0;
+    const uint8_t *const data =
+        lu_field_is_set(record, fieldId) ? lu_field_get_byte_array(record, fieldId, &length) : nullptr;
+    if (!data || length == 0) {
+        return SaveResult::Skipped;
     }
-    return icon;
-}
-
-enum class IconFile { Saved, NotOpened, NotCommitted };
-
-/// Writes straight from the host's buffer. The file appears whole or not at all; unbuffered, because committing
-/// does not notice a buffer that finds no room on the disk.
-IconFile saveIcon(const QDir &cache, const QString &path, const IconBytes &icon)
-{
+    qCDebug(plugin) << label << path;
     if (!isTrustedIconCache(cache)) {
-        return IconFile::NotOpened;
+        return SaveResult::Skipped;
     }
     if (QFileInfo(path).isSymLink()) {
-        QFile::remove(path); // the save would go where it leads
+        QFile::remove(path); // QSaveFile would replace the file that the link leads to
     }
     QSaveFile file(path);
+    // Unbuffered: commit() does not notice when the disk is too full for what is left in the buffer.
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        return IconFile::NotOpened;
+        return SaveResult::Skipped;
     }
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    file.write(reinterpret_cast<const char *>(icon.data), icon.length);
-    return file.commit() ? IconFile::Saved : IconFile::NotCommitted;
+    file.write(reinterpret_cast<const char *>(data), length);
+    return file.commit() ? SaveResult::Saved : SaveResult::Failed;
 }
 
 } // namespace
 
 void setSmallIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key)
 {
-    const IconBytes icon = iconBytes(record, id::smallIcon);
-    if (!icon.data || icon.length == 0) {
-        return;
-    }
-    const QString path = cache.filePath(iconFileName(key));
-    qCDebug(plugin) << "Small icon path: " << path;
-    switch (saveIcon(cache, path, icon)) {
-    case IconFile::Saved:
+    const QString path = cachedIconPath(cache, iconFileName(key));
+    const SaveResult result = saveIcon(record, id::smallIcon, cache, path, "Small icon path: ");
+    if (result == SaveResult::Saved) {
         notification->setAppIcon(path);
-        break;
-    case IconFile::NotCommitted:
+    } else if (result == SaveResult::Failed) {
         qCWarning(plugin) << "Couldn't save small icon for" << key;
-        break;
-    case IconFile::NotOpened:
-        break;
     }
 }
 
 void setLargeIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key,
                   const QString &packageName, const QString &title)
 {
-    const IconBytes icon = iconBytes(record, id::largeIcon);
-    if (!icon.data || icon.length == 0) {
-        return;
-    }
-    const QString path = cache.filePath(largeIconFileName(key));
-    qCDebug(plugin) << "Large icon path: " << path;
-    switch (saveIcon(cache, path, icon)) {
-    case IconFile::Saved:
+    const QString path = cachedIconPath(cache, largeIconFileName(key));
+    const SaveResult result = saveIcon(record, id::largeIcon, cache, path, "Large icon path: ");
+    if (result == SaveResult::Saved) {
         notification->setIcon(path);
-        break;
-    case IconFile::NotCommitted:
+    } else if (result == SaveResult::Failed) {
         qCCritical(plugin) << "Couldn't save large icon for" << key << packageName << title;
-        break;
-    case IconFile::NotOpened:
-        break;
     }
 }

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "plugin/clientlibrary.h"
 #include "plugin/lumd.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QString>
-
-class Notification;
 
 /// Caches the record's small icon, if it has one, as the notification's application icon.
 void setSmallIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key);
