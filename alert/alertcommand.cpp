@@ -3,9 +3,11 @@
 
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
+#include <QtCore/QSocketNotifier>
 #include <QtCore/QStringList>
 
 #include <memory>
+#include <unistd.h>
 
 namespace
 {
@@ -19,6 +21,24 @@ void discardOutput(QProcess &process)
                      [&process] { process.readAllStandardOutput(); });
     QObject::connect(&process, &QProcess::readyReadStandardError, &process,
                      [&process] { process.readAllStandardError(); });
+}
+
+struct ProcessState : QProcess {
+    using QProcess::setProcessState;
+};
+
+/// Destroys a process object whose command could not be forked. On kernels with process descriptors Qt 5.15 does not
+/// notice that: it takes the command for running, with the process number -1 and an uninitialised descriptor. Its
+/// destructor would kill number -1, which is every process of the user's, and close that descriptor.
+void destroyUnforked(std::unique_ptr<QProcess> process)
+{
+    (process.get()->*&ProcessState::setProcessState)(QProcess::NotRunning); // nothing to kill
+    // Qt made a notifier for each descriptor, for the process's own one last.
+    const QList<QSocketNotifier *> notifiers = process->findChildren<QSocketNotifier *>();
+    if (notifiers.isEmpty() ||
+        static_cast<uint>(notifiers.last()->socket()) < static_cast<ulong>(sysconf(_SC_OPEN_MAX))) {
+        static_cast<void>(process.release()); // it would close an open file of the host's: better a leak
+    }
 }
 
 } // namespace
@@ -44,9 +64,7 @@ void runAlertCommand(const QString &title, const QString &packageName, const QSt
     const QString program = arguments.takeFirst();
     process->start(program, arguments, QIODevice::ReadWrite);
     if (process->processId() < 0) {
-        // The system is out of processes, which Qt does not notice: it would kill number -1, that is every process
-        // that the user has, here and in its destructor.
-        static_cast<void>(process.release());
+        destroyUnforked(std::move(process));
         return;
     }
     process->waitForStarted(waitMs);

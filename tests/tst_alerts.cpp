@@ -6,10 +6,19 @@
 #include <QtCore/QTextCodec>
 #include <QtCore/QThreadPool>
 
+#include <climits>
+#include <csignal>
+#include <dlfcn.h>
+#include <filesystem>
+#include <sys/syscall.h>
 #include <thread>
 
 namespace
 {
+
+bool outOfProcesses = false;
+int descriptor = 0;     ///< what Qt then takes for the new process's descriptor
+bool killedAll = false; ///< whether Qt would have killed all of the user's processes
 
 /// A configuration with a shell script, on one line, as the alert command. Its "$TMPDIR" is the test's own.
 std::string config(QByteArray script)
@@ -21,6 +30,24 @@ std::string config(QByteArray script)
 QString out() { return contents(qgetenv("TMPDIR") + "/out"); }
 
 } // namespace
+
+// Qt calls these two in place of the C library's.
+extern "C" Q_DECL_EXPORT long systemCall(long number, long a, long b, long c, long d, long e, long f) asm("syscall");
+long systemCall(long number, long a, long b, long c, long d, long e, long f)
+{
+    if (number == SYS_clone && outOfProcesses) {
+        *reinterpret_cast<int *>(c) = descriptor;
+        return -1;
+    }
+    static const auto next = reinterpret_cast<decltype(&systemCall)>(dlsym(RTLD_NEXT, "syscall"));
+    return next(number, a, b, c, d, e, f);
+}
+
+extern "C" Q_DECL_EXPORT int kill(pid_t process, int signal) noexcept
+{
+    killedAll = killedAll || process == -1;
+    return process == -1 ? 0 : static_cast<int>(systemCall(SYS_kill, process, signal, 0, 0, 0, 0));
+}
 
 class AlertsTest : public QObject
 {
@@ -75,6 +102,28 @@ private Q_SLOTS:
             runAlertCommand("t", {}, {}, {}, {}, {}, command);
         }
         QVERIFY(timer.elapsed() < 20000);
+    }
+
+    void systemOutOfProcesses()
+    {
+        QFile hosts("/dev/zero");
+        QVERIFY(hosts.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
+        const auto run = [](int count, int qtsDescriptor) {
+            for (descriptor = qtsDescriptor; count > 0; --count) {
+                runAlertCommand({}, {}, {}, {}, {}, {}, "true");
+            }
+            return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+        };
+        QThreadPool::globalInstance()->start([&] {
+            const auto before = run(1, 0); // Qt asks once what the kernel can do
+            outOfProcesses = true;
+            QCOMPARE(run(100, INT_MAX), before);
+            run(1, hosts.handle());
+        });
+        QThreadPool::globalInstance()->waitForDone();
+        outOfProcesses = false;
+        QVERIFY(!killedAll);
+        QVERIFY2(hosts.read(1).size() == 1, "closed a descriptor that was not its own");
     }
 
     /// Whatever becomes of a run, the next one starts.
