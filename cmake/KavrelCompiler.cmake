@@ -21,8 +21,10 @@ add_compile_options($<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-argu
 if(KAVREL_WERROR)
     add_compile_options(-Werror)
 endif()
-add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
-                        QT_NO_KEYWORDS QT_STRICT_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x050f00)
+if(NOT KAVREL_SYSTEM_PLATFORM) # a device's headers may use all that Qt offers
+    add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
+                            QT_NO_KEYWORDS QT_STRICT_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x050f00)
+endif()
 add_link_options(LINKER:--as-needed LINKER:-z,relro,-z,now)
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=") # of which clang puts the functions into executables only
     add_link_options(LINKER:--no-undefined)
