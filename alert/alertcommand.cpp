@@ -14,7 +14,7 @@ namespace
 
 constexpr int waitMs = 30000;
 
-/// A command may write more than the host's memory holds, and nobody reads it: drops it as it comes.
+/// Drops what the command writes as it comes: kept until the end, it could exhaust the host's memory.
 void discardOutput(QProcess &process)
 {
     QObject::connect(&process, &QProcess::readyReadStandardOutput, &process,
@@ -32,12 +32,12 @@ struct ProcessState : QProcess {
 /// destructor would kill number -1, which is every process of the user's, and close that descriptor.
 void destroyUnforked(std::unique_ptr<QProcess> process)
 {
-    (process.get()->*&ProcessState::setProcessState)(QProcess::NotRunning); // nothing to kill
-    // Qt made a notifier for each descriptor, for the process's own one last.
+    (process.get()->*&ProcessState::setProcessState)(QProcess::NotRunning); // so that nothing is killed
+    // Qt watches each descriptor with a notifier; the one that it takes for the process's own came last.
     const QList<QSocketNotifier *> notifiers = process->findChildren<QSocketNotifier *>();
     if (notifiers.isEmpty() ||
         static_cast<uint>(notifiers.last()->socket()) < static_cast<ulong>(sysconf(_SC_OPEN_MAX))) {
-        static_cast<void>(process.release()); // it would close an open file of the host's: better a leak
+        static_cast<void>(process.release()); // it might close a file of the host's: a leak does less harm
     }
 }
 
@@ -70,7 +70,7 @@ void runAlertCommand(const QString &title, const QString &packageName, const QSt
     process->waitForStarted(waitMs);
     process->waitForFinished(waitMs);
     if (process->state() != QProcess::NotRunning) {
-        // The process object would do the same, but with a warning in the host's log.
+        // The destructor would do the same, but with a warning in the host's log.
         process->kill();
         process->waitForFinished(waitMs);
     }

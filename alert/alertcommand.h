@@ -5,14 +5,14 @@
 
 #include <string>
 
-/// What one alert command is told about its notification.
+/// What an alert command is told about its notification.
 struct AlertCommandArgs {
     QString title;
     QString packageName;
     QString appName;
     QString body;
     QString subText;
-    QString category; ///< Android's own word
+    QString category; ///< as Android names it, such as "msg"
 };
 
 /// Runs `command`, a command line (no shell), with the texts in its environment, and waits for its end; kills

@@ -10,8 +10,7 @@
 namespace
 {
 
-/// Hands the host's private connection to the client library. Without an address the library stays on its
-/// own default connection.
+/// Has the client library use the host's private connection. Without an address it stays on its default connection.
 void usePeerConnection()
 {
     const QString address = QString::fromUtf8(qgetenv("LUMD_P2P_DBUS_ADDRESS"));
@@ -47,6 +46,6 @@ NotificationsImpl::~NotificationsImpl()
 {
     cleanupNotifications();
     lu_plugin_notifications_callbacks_unset(m_handle);
-    // They are closed on the desktop; nobody else knows these objects.
+    // Their notifications are closed, and they have no other owner.
     qDeleteAll(m_notifications);
 }

@@ -42,8 +42,9 @@ public:
     void notificationClosed(uint reason);
     /// Closes all of this application's notifications and empties the icon cache.
     void cleanupNotifications();
-    /// Starts the next waiting alert command, if any.
+    /// An alert command has ended: starts the next one that waits.
     void handleAlertFinished();
+    /// Show how the installation or uninstallation of a package ended.
     void notifyInstallationResult(lu_field *record);
     void notifyUninstallationResult(lu_field *record);
     /// Shows the progress of package optimisation; an empty summary ends it.
@@ -51,6 +52,7 @@ public:
 
     /// The host's key of a desktop notification; empty when it has none.
     QString getKey(Notification *notification) const;
+    /// Has the notification's signals handled here.
     void connectNotif(Notification *notification);
     /// Drops the removals that the host asked for before it connected anew.
     void newConnection();
@@ -78,6 +80,7 @@ private:
     /// the two show the same.
     bool supersede(const QString &key, Notification *fresh);
     void closeDexOptNotification();
+    /// Runs the alert command now, or after those that wait already.
     void requestAlert(const AlertCommandArgs &args);
     void startAlert(const AlertCommandArgs &args, const std::string &command);
 

@@ -16,7 +16,7 @@ constexpr const char *section = "Notifications";
 
 bool boolValue(lu_config_parser *parser, const char *key)
 {
-    // A host without a configuration has no values in it.
+    // The parser is null in a host without a configuration.
     return parser && lu_config_parser_contains(parser, section, key) &&
            lu_config_parser_value_bool(parser, section, key);
 }
@@ -43,7 +43,7 @@ int32_t plugin_load(lu_plugin_context *context)
 /// Leaves the context's instance as it is: the record is the host's.
 void plugin_unload(lu_plugin_context *context) { delete static_cast<NotificationsImpl *>(context->instance); }
 
-// Constant, so that the compiler can read it; the host gets a copy.
+// What is exported is a copy of this constant, so that it can be checked here.
 constexpr lu_plugin_def definition = {
     0x00010000, "kavrel", "notifications", "Velmo", plugin_load, plugin_unload, 0,
 };

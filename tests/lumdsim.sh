@@ -32,6 +32,11 @@ done <<CASES
 2 $examples/demo.ini
 CASES
 
+printf '[Notifications]\nNotifActionInput = perhaps\n# x = y\nNotifAlert = x\nNotifAlertCommand = %s\n[Other]\nx = y\n' \
+    'bin/alert "1 2"' >"$TMPDIR/ini"
+warned=$("$lumdsim" --config "$TMPDIR/ini" - </dev/null 2>&1 | cut -d: -f 2 | xargs)
+[[ $warned == "2 4 5" ]] || fail "warned of these lines of the configuration: $warned"
+
 titles=$("$lumdsim" --json "${day[@]}" | jq -r 'select(.event == "shown" and (.replaced | not)).summary')
 [[ $titles == Alarm* ]] || fail "through jq: $titles"
 

@@ -23,7 +23,7 @@ void setTexts(lu_field *record, Notification *notification, const QString &title
     notification->setSubText(field::text(record, id::subText));
 }
 
-void setOrigin(Notification *notification, const QString &packageName, const QString &key)
+void setOrigin(Notification *notification, const QString &key, const QString &packageName)
 {
     notification->setHintValue(hint::originPackage(), packageName);
     notification->setHintValue(hint::originKey(), key);
@@ -57,14 +57,14 @@ void setCategory(Notification *notification, const QString &androidCategory)
 void setColor(lu_field *record, Notification *notification)
 {
     const int color = field::int32(record, id::color);
-    QString text = QStringLiteral("auto");
-    if (color != 0) {
-        text = QStringLiteral("#%1").arg(static_cast<uint>(color), 6, 16, QLatin1Char('0'));
+    if (color == 0) {
+        notification->setHintValue(hint::color(), QStringLiteral("auto"));
+        return;
     }
+    const QString digits = QString::number(static_cast<uint>(color), 16).rightJustified(6, QLatin1Char('0'));
+    const QString text = QLatin1Char('#') + digits;
     notification->setHintValue(hint::color(), text);
-    if (color != 0) {
-        qCDebug(plugin) << "notif colour:" << color << text;
-    }
+    qCDebug(plugin) << "notif colour:" << color << text;
 }
 
 void setSoundAndVibration(lu_field *record, Notification *notification)
@@ -149,7 +149,7 @@ void NotificationsImpl::addNotification(lu_field *record)
     const QString title = field::text(record, id::title);
 
     setTexts(record, fresh, title);
-    setOrigin(fresh, packageName, key);
+    setOrigin(fresh, key, packageName);
     setSmallIcon(record, fresh, m_iconCacheDir, key);
     setLargeIcon(record, fresh, m_iconCacheDir, key, packageName, title);
     const QString category = field::text(record, id::category);

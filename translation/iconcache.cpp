@@ -13,6 +13,7 @@ QByteArray native(const QString &path) { return QFile::encodeName(path); }
 
 QString parentOf(const QDir &cache) { return QFileInfo(cache.path()).path(); }
 
+/// Whether it is a real directory of this user's or of root's.
 bool isTrusted(const QString &path)
 {
     struct stat info = {};

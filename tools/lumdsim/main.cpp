@@ -2,6 +2,7 @@
 #include "standins/config-parser/configparser.h"
 #include "tools/harness/loadedplugin.h"
 #include "tools/harness/serverprocess.h"
+#include "tools/lumdsim/configcheck.h"
 #include "tools/lumdsim/hostobject.h"
 #include "tools/lumdsim/player.h"
 
@@ -213,6 +214,7 @@ int main(int argc, char **argv)
     if (!error.empty()) {
         return complain(BadInput, QString::fromStdString(error));
     }
+    checkConfig(parser.value(QStringLiteral("config")));
     const QString name = parser.positionalArguments().value(0, QStringLiteral("-"));
     QFile script(name);
     if (name == QLatin1String("-") ? !script.open(STDIN_FILENO, QIODevice::ReadOnly)
