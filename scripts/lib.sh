@@ -14,7 +14,7 @@ any_of() {
     echo "($*)"
 }
 
-build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev)
+build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libdbus-1-dev libedit-dev)
 
 # Runs a command without showing its output, unless it fails.
 quietly() {

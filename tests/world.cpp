@@ -61,7 +61,7 @@ World::World(const std::string &config, const char *address)
     connect(&m_thread, &QThread::finished, m_server, &QObject::deleteLater);
     m_thread.start();
     connect(m_server, &Server::Shown, this, [this](const DesktopNotification &shown, bool replaced) {
-        m_desktop.insert(shown.id, shown);
+        m_desktop.insert(shown.id, shown).value().hints = plainMap(shown.hints);
         notifies.append(replaced);
     });
     connect(m_server, &Server::Closed, this, [this](uint id) { m_desktop.remove(id); });

@@ -6,84 +6,54 @@
 #include <QtDBus/QDBusSignature>
 #include <QtDBus/QDBusVariant>
 
-namespace
+#include <algorithm>
+
+static QVariant plain(const QVariant &value);
+
+static QVariant plainArgument(const QDBusArgument &argument)
 {
-
-/// D-Bus allows 64 levels in all; what is nested deeper than this serves nobody here.
-constexpr int maximumDepth = 32;
-
-QVariant plain(const QVariant &value, int depth);
-
-QVariant plainArgument(const QDBusArgument &argument, int depth)
-{
+    const auto next = [&argument] { return plain(argument.asVariant()); };
+    QVariantList list;
+    QVariantMap map;
     switch (argument.currentType()) {
-    case QDBusArgument::BasicType:
-    case QDBusArgument::VariantType:
-        return plain(argument.asVariant(), depth);
-    case QDBusArgument::MapType: {
-        QVariantMap map;
-        argument.beginMap();
-        while (!argument.atEnd()) {
+    case QDBusArgument::MapType:
+        for (argument.beginMap(); !argument.atEnd(); argument.endMapEntry()) {
             argument.beginMapEntry();
-            const QString key = plain(argument.asVariant(), depth).toString();
-            map.insert(key, plain(argument.asVariant(), depth));
-            argument.endMapEntry();
+            const QString key = next().toString();
+            map.insert(key, next());
         }
-        argument.endMap();
         return map;
-    }
     case QDBusArgument::ArrayType:
-    case QDBusArgument::StructureType: {
-        const bool isArray = argument.currentType() == QDBusArgument::ArrayType;
-        QVariantList list;
-        isArray ? argument.beginArray() : argument.beginStructure();
-        while (!argument.atEnd()) {
-            list.append(plain(argument.asVariant(), depth));
+        for (argument.beginArray(); !argument.atEnd();) {
+            list.append(next());
         }
-        isArray ? argument.endArray() : argument.endStructure();
         return list;
-    }
+    case QDBusArgument::StructureType:
+        for (argument.beginStructure(); !argument.atEnd();) {
+            list.append(next());
+        }
+        return list;
     default:
-        return {};
+        return next();
     }
 }
 
-QVariant plain(const QVariant &value, int depth)
+static QVariant plain(const QVariant &value)
 {
-    if (depth > maximumDepth) {
-        return {};
+    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
+        return plainArgument(value.value<QDBusArgument>());
     }
-    const int type = value.userType();
-    if (type == qMetaTypeId<QDBusArgument>()) {
-        return plainArgument(value.value<QDBusArgument>(), depth + 1);
+    if (value.userType() == qMetaTypeId<QDBusVariant>()) {
+        return plain(value.value<QDBusVariant>().variant());
     }
-    if (type == qMetaTypeId<QDBusVariant>()) {
-        return plain(value.value<QDBusVariant>().variant(), depth + 1);
-    }
-    if (type == qMetaTypeId<QDBusObjectPath>()) {
+    if (value.userType() == qMetaTypeId<QDBusObjectPath>()) {
         return value.value<QDBusObjectPath>().path();
     }
-    if (type == qMetaTypeId<QDBusSignature>()) {
+    if (value.userType() == qMetaTypeId<QDBusSignature>()) {
         return value.value<QDBusSignature>().signature();
-    }
-    if (type == QMetaType::QVariantMap) {
-        QVariantMap map = value.toMap();
-        for (QVariant &member : map) {
-            member = plain(member, depth + 1);
-        }
-        return map;
-    }
-    if (type == QMetaType::QVariantList) {
-        QVariantList list = value.toList();
-        for (QVariant &element : list) {
-            element = plain(element, depth + 1);
-        }
-        return list;
     }
     return value;
 }
-
-} // namespace
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DesktopNotification &notification)
 {
@@ -104,13 +74,21 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotificati
     return argument;
 }
 
-QVariantMap plainMap(const QVariantMap &map) { return plain(map, 0).toMap(); }
-
-void registerDesktopNotificationTypes()
+QVariantMap plainMap(QVariantMap map)
 {
-    qDBusRegisterMetaType<DesktopNotification>();
-    qDBusRegisterMetaType<DesktopNotificationList>();
-    qDBusRegisterMetaType<NotificationKeys>();
+    std::transform(map.cbegin(), map.cend(), map.begin(), plain);
+    return map;
+}
+
+QVariantMap remoteAction(const QVariantMap &hints, const QString &name)
+{
+    const QVariantList actions = hints.value(protocol::hint::remoteActions()).toList();
+    for (const QVariant &action : actions) {
+        if (action.toMap().value(QStringLiteral("name")) == name) {
+            return action.toMap();
+        }
+    }
+    return {};
 }
 
 QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)
@@ -126,4 +104,11 @@ QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, 
     message.setArguments(arguments);
     message.setAutoStartService(false);
     return message;
+}
+
+void registerDesktopNotificationTypes()
+{
+    qDBusRegisterMetaType<DesktopNotification>();
+    qDBusRegisterMetaType<DesktopNotificationList>();
+    qDBusRegisterMetaType<NotificationKeys>();
 }

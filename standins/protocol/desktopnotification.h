@@ -31,12 +31,16 @@ Q_DECLARE_METATYPE(DesktopNotificationList)
 Q_DECLARE_METATYPE(NotificationKeys)
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DesktopNotification &notification);
-/// Hints arrive free of `QDBusArgument` (see `plainMap`).
+/// Hints arrive as `plainMap` makes them.
 const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotification &notification);
 
-/// `map` with every nested `QDBusArgument` and `QDBusVariant` turned into maps, lists and plain values, so
-/// that it can be kept, compared and sent on.
-QVariantMap plainMap(const QVariantMap &map);
+/// `map` with every nested `QDBusArgument` and `QDBusVariant` turned into maps, lists and plain values, so that it can
+/// be read. The types that it came with are lost.
+QVariantMap plainMap(QVariantMap map);
+
+/// The description of the D-Bus call that goes with the action `name`, from hints that `plainMap` made; empty when there
+/// is none.
+QVariantMap remoteAction(const QVariantMap &hints, const QString &name);
 
 /// Makes the types known to Qt D-Bus; cheap to call again.
 void registerDesktopNotificationTypes();

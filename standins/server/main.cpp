@@ -1,38 +1,42 @@
 // SPDX-License-Identifier: MIT
 #include "standins/server/server.h"
 #include "standins/terminal/card.h"
+#include "standins/terminal/signals.h"
+#include "standins/terminal/text.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
-#include <QtCore/QSocketNotifier>
+#include <QtCore/QHash>
 
 #include <csignal>
 #include <cstdio>
 #include <sys/prctl.h>
-#include <sys/signalfd.h>
 
 namespace
 {
 
-enum ExitStatus { Failure = 1, Usage = 2 };
+enum ExitStatus { Success = 0, Failure = 1, Usage = 2 };
 
-[[noreturn]] void fail(const QString &text, ExitStatus status)
+ExitStatus complain(const QString &text, ExitStatus status)
 {
-    std::fprintf(stderr, "kavrel-notification-server: %s\n", qPrintable(text));
-    std::exit(status); // NOLINT(concurrency-mt-unsafe): nothing else runs yet
+    std::fprintf(stderr, "kavrel-notification-server: %s\n", qUtf8Printable(text));
+    return status;
 }
 
-/// Quits on SIGTERM and SIGINT, so that the socket file goes too.
-void quitOnSignals(QCoreApplication &application)
+/// Draws what the server does, with the identifiers that its D-Bus methods take.
+void draw(const Server &server)
 {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    auto *const notifier =
-        new QSocketNotifier(signalfd(-1, &signals, SFD_CLOEXEC), QSocketNotifier::Read, &application);
-    QObject::connect(notifier, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+    const auto label = [](uint id) { return QStringLiteral("#%1 ").arg(id); };
+    auto *const held = new QHash<uint, DesktopNotification>;
+    QObject::connect(&server, &QObject::destroyed, [held] { delete held; });
+    QObject::connect(&server, &Server::Shown, [=](DesktopNotification notification, bool replaced) {
+        notification.hints = plainMap(notification.hints);
+        print(renderShown(notification, replaced, label(notification.id)) + QLatin1Char('\n'));
+        held->insert(notification.id, notification);
+    });
+    QObject::connect(&server, &Server::Closed, [=](uint id, uint reason) {
+        print(renderClosed(held->take(id), reason, label(id)));
+    });
 }
 
 } // namespace
@@ -53,28 +57,30 @@ int main(int argc, char *argv[])
     parser.addVersionOption();
     parser.addOptions({address, session, quiet, child});
     if (!parser.parse(QCoreApplication::arguments())) {
-        fail(parser.errorText(), Usage);
+        return complain(parser.errorText(), Usage);
     }
     parser.process(application);
     if (parser.isSet(address) == parser.isSet(session)) {
-        fail(QStringLiteral("give either --address or --session"), Usage);
+        return complain(QStringLiteral("give either --address or --session"), Usage);
     }
 
-    quitOnSignals(application);
+    // So that the socket file goes too.
+    onSignals({SIGTERM, SIGINT, SIGHUP}, [](int) { QCoreApplication::quit(); });
     if (parser.isSet(child)) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
+        std::signal(SIGINT, SIG_IGN); // a terminal sends these to both, and the parent still needs the server
+        std::signal(SIGHUP, SIG_IGN);
     }
     Server server;
     if (!(parser.isSet(session) ? server.serveBus(QDBusConnection::sessionBus())
                                 : server.listen(parser.value(address)))) {
-        fail(server.errorString(), Failure);
+        return complain(server.errorString(), Failure);
     }
+    QObject::connect(&server, &Server::busLost, &application, [] {
+        QCoreApplication::exit(complain(QStringLiteral("the session bus is gone"), Failure));
+    });
     if (!parser.isSet(quiet)) {
-        QObject::connect(&server, &Server::Shown, [](const DesktopNotification &notification, bool replaced) {
-            print(renderShown(notification, replaced));
-        });
-        QObject::connect(&server, &Server::Closed,
-                         [](uint id, uint reason) { print(renderClosed(id, QString(), reason)); });
+        draw(server);
     }
     print(parser.isSet(session) ? QStringLiteral("serving the session bus\n")
                                 : QStringLiteral("listening on %1\n").arg(server.address()));

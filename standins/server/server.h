@@ -2,21 +2,17 @@
 #pragma once
 
 #include "standins/protocol/desktopnotification.h"
+#include "standins/server/endpoint.h"
 
 #include <QtCore/QMap>
-#include <QtCore/QObject>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusContext>
+#include <QtDBus/QDBusError>
 
-#include <memory>
-
-class QDBusServer;
 class QTimer;
 
-/// A desktop notification server (freedesktop.org Desktop Notifications 1.2) for machines without a screen:
-/// serves `org.freedesktop.Notifications`, `com.vorn.Notifications` and `com.vorn.Notifications.Control` to
-/// every peer that connects to an address, or on a bus. Lives on one thread with an event loop.
-class Server : public QObject, protected QDBusContext
+/// A desktop notification server (freedesktop.org Desktop Notifications 1.2) for machines without a screen, with the
+/// interfaces `org.freedesktop.Notifications`, `com.vorn.Notifications` and `com.vorn.Notifications.Control`. Lives on
+/// one thread with an event loop. Holds and gives out hints as they came, see `plainMap`.
+class Server : public Endpoint
 {
     Q_OBJECT
 
@@ -25,15 +21,6 @@ public:
     Q_ENUM(CloseReason)
 
     explicit Server(QObject *parent = nullptr);
-    ~Server() override;
-
-    /// Listens on a D-Bus address (unix:path=...); false, with a message in `errorString()`, when it cannot.
-    bool listen(const QString &address);
-    /// Owns the name org.freedesktop.Notifications on a bus.
-    bool serveBus(QDBusConnection bus);
-    /// The address that peers can connect to; empty when not listening.
-    QString address() const;
-    QString errorString() const { return m_error; }
 
 public Q_SLOTS: // what the D-Bus adaptors call
     // org.freedesktop.Notifications
@@ -56,12 +43,10 @@ Q_SIGNALS:
     // org.freedesktop.Notifications
     void NotificationClosed(uint id, uint reason);
     void ActionInvoked(uint id, const QString &action);
+    void ActivationToken(uint id, const QString &token);
     // com.vorn.Notifications.Control
     void Shown(const DesktopNotification &notification, bool replaced);
     void Closed(uint id, uint reason);
-
-private Q_SLOTS:
-    void removePeer();
 
 private:
     struct Entry {
@@ -70,18 +55,14 @@ private:
         QTimer *expiry = nullptr;
     };
 
-    void addPeer(const QDBusConnection &connection);
-    void leave(const QString &name);
     uint nextId();
-    void armExpiry(uint id, Entry &entry);
+    void armExpiry(Entry &entry);
     void close(uint id, CloseReason reason);
-    void refuse(const QString &message) const;
+    void refuse(const QString &message, QDBusError::ErrorType type = QDBusError::InvalidArgs) const;
+    /// Null, and the caller is told, when there is none.
+    const Entry *find(uint id) const;
     void invoke(uint id, const QString &action, const QString *answer);
 
     QMap<uint, Entry> m_entries;
     uint m_lastId = 0;
-    std::unique_ptr<QDBusServer> m_listener;
-    QStringList m_peers; ///< names of their connections
-    QString m_bus;       ///< name of the bus connection that is served
-    QString m_error;
 };

@@ -1,29 +1,33 @@
 // SPDX-License-Identifier: MIT
 #include "standins/config-parser/configparser.h"
+#include "standins/terminal/signals.h"
+#include "standins/terminal/text.h"
 #include "tools/harness/loadedplugin.h"
 #include "tools/harness/serverprocess.h"
 #include "tools/lumdsim/configcheck.h"
 #include "tools/lumdsim/hostobject.h"
+#include "tools/lumdsim/linereader.h"
 #include "tools/lumdsim/player.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QSocketNotifier>
+#include <QtCore/QTemporaryDir>
 #include <QtCore/QTextCodec>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
 
-#include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace
 {
 
-enum Status { Good = 0, NoEnvironment = 1, BadInput = 2, Misuse = 3 };
+enum Status { Good = 0, NoEnvironment = 1, BadInput = 2, Misuse = 3, Interrupted = 128 };
 
 Status complain(Status status, const QString &what)
 {
@@ -33,13 +37,15 @@ Status complain(Status status, const QString &what)
 
 constexpr const char *epilogue = R"(
 A script holds one JSON object a line, such as
-  {"do":"add","key":"k","appName":"Chat","title":"Ada","text":"Hello","importance":3}
-lumdsim(1) lists all that it can do. The plug-in logs warnings; to see every step of it:
+  {"do":"add","key":"k","appName":"Chat","title":"Ada","text":"Hello"}
+lumdsim(1) lists all that it can do. The plug-in logs warnings; this shows all:
   lumdsim --logging-rules com.velmo.lumd.plugin.notifications.debug=true
-The environment variable QT_LOGGING_RULES does the same. With NO_COLOR set, terminals get no colours.
+QT_LOGGING_RULES in the environment does the same, and with NO_COLOR set,
+terminals get no colours.
 
-Exit status: 0 played to the end, 1 no plug-in, no server or no reader of the output, 2 a bad command line,
-configuration or script, 3 the plug-in misused the host's records.
+Exit status: 0 played to the end, 1 no plug-in, no server or no reader of the
+output, 2 a bad command line, configuration or script, 3 the plug-in misused
+the host's records, 128 and more ended by a signal.
 )";
 
 /// What is wrong with the command line; empty when nothing is.
@@ -48,15 +54,16 @@ QString setUp(QCommandLineParser *parser)
     const QDir programs(QCoreApplication::applicationDirPath());
     const QString built = programs.filePath(QStringLiteral("../lib/kavrel.so"));
     const QString installed = programs.filePath(QStringLiteral(LUMDSIM_PLUGIN));
-    parser->setApplicationDescription(QStringLiteral(
-        "Loads the plug-in as the host daemon does, plays a script of Android notifications, and prints\n"
-        "what the desktop shows and what the host is told."));
+    parser->setApplicationDescription(
+        QStringLiteral("Loads the plug-in as the host daemon does, plays a script of Android\n"
+                       "notifications, and prints what the desktop shows and what the host is told."));
     parser->addOptions({
         {QStringLiteral("plugin"), QStringLiteral("Plug-in to load, if not the one that came along."),
          QStringLiteral("file"), QDir::cleanPath(QFile::exists(built) ? built : installed)},
         {QStringLiteral("config"), QStringLiteral("Configuration of the host, an INI file."), QStringLiteral("file")},
         {QStringLiteral("desktop"), QStringLiteral("Notify on this session's desktop.")},
         {QStringLiteral("server"), QStringLiteral("Notify at this D-Bus address."), QStringLiteral("address")},
+        {QStringLiteral("wait"), QStringLiteral("Stay until all that was shown is gone.")},
         {QStringLiteral("json"), QStringLiteral("Print one JSON object a line.")},
         {QStringLiteral("logging-rules"), QStringLiteral("What to log, in Qt's words."), QStringLiteral("rules")},
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")},
@@ -76,81 +83,54 @@ QString setUp(QCommandLineParser *parser)
                : QString();
 }
 
-/// Serves what is called when the user invokes an action. What is in the way of notifying anybody; empty when
-/// nothing is.
-QString obstacle(QDBusConnection client, QObject *object, Player *player)
-{
-    const QString host = QStringLiteral("com.velmo.lumd");
-    if (!client.isConnected()) {
-        return QStringLiteral("There is no connection to a notification server: ") + client.lastError().message();
-    }
-    const bool onBus = !client.baseService().isEmpty();
-    client.registerObject(QStringLiteral("/com/velmo/lumd"), object);
-    if (onBus && !client.registerService(host)) {
-        return QStringLiteral("Another host is on this session bus: the name %1 is taken.").arg(host);
-    }
-    if (!player->settle()) {
-        return QStringLiteral("No notification server answers: ") + client.lastError().message();
-    }
-    return {};
-}
-
-Status playLine(const QByteArray &line, const QDir &base, const QString &place, Player *player)
-{
-    Event event;
-    QString fault;
-    if (readEvent(line, base, &event, &fault)) {
-        fault = player->play(event);
-    }
-    if (!player->settle()) {
-        return complain(NoEnvironment, place + QStringLiteral("the notification server does not answer"));
-    }
-    if (std::ferror(stdout)) {
-        return NoEnvironment;
-    }
-    return fault.isEmpty() ? Good : complain(BadInput, place + fault);
-}
-
-/// Plays lines as they come, to the end or to the first that goes wrong; a typing user may go on after that.
-int playScript(const QFile &file, Player *player)
+/// Plays lines as they come, to the end or to the first that goes wrong; a typing user may go on after that. With
+/// `stay`, goes on until the screen is empty.
+int playScript(const QFile &file, Player *player, const Screen *screen, bool stay)
 {
     const QDir base = QFileInfo(file).dir(); // of standard input: the current one
     const QString name = file.fileName().isEmpty() ? QStringLiteral("standard input") : file.fileName();
-    const bool typed = isatty(file.handle()) == 1;
-    if (typed) {
-        std::fputs(
-            "Type one event a line, such as {\"do\":\"add\",\"key\":\"k\",\"title\":\"Hello\",\"importance\":3}; "
-            "Ctrl-D ends.\n",
-            stderr);
+    LineReader reader(file.handle());
+    if (reader.isTyped()) {
+        complain(Good, QStringLiteral("Type one event a line, such as {\"do\":\"add\",\"key\":\"k\","
+                                      "\"title\":\"Hello\"}; Ctrl-D ends."));
     }
-    QByteArray buffer;
     int number = 0;
-    QSocketNotifier notifier(file.handle(), QSocketNotifier::Read);
-    QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [&] {
-        notifier.setEnabled(false); // `wait` runs an event loop
-        std::array<char, 4096> bytes = {};
-        const ssize_t count = read(file.handle(), bytes.data(), bytes.size());
-        buffer.append(bytes.data(), static_cast<int>(qMax<ssize_t>(count, 0)));
-        if (count <= 0 && !buffer.isEmpty()) {
-            buffer.append('\n');
+    QObject::connect(&reader, &LineReader::lineRead, [&](const QByteArray &line) {
+        Event event;
+        QString fault;
+        ++number;
+        if (readEvent(line, base, &event, &fault)) {
+            fault = player->play(event, number);
         }
-        Status status = Good;
-        for (int end = buffer.indexOf('\n'); end >= 0; end = buffer.indexOf('\n')) {
-            const QString place = QStringLiteral("%1:%2: ").arg(name).arg(++number);
-            status = playLine(buffer.left(end), base, place, player);
-            buffer.remove(0, end + 1);
-            if (status == NoEnvironment || (status == BadInput && !typed)) {
-                return QCoreApplication::exit(status);
-            }
+        if (!player->isAnswered()) {
+            fault = QStringLiteral("the notification server does not answer");
         }
-        if (count <= 0) {
-            return QCoreApplication::quit();
+        if (!fault.isEmpty()) {
+            complain(BadInput, QStringLiteral("%1:%2: %3").arg(name).arg(number).arg(fault));
         }
-        notifier.setEnabled(true);
+        if (!player->isAnswered() || std::ferror(stdout) != 0) {
+            QCoreApplication::exit(NoEnvironment);
+        } else if (!fault.isEmpty() && !reader.isTyped()) {
+            QCoreApplication::exit(BadInput);
+        }
+    });
+    QObject::connect(&reader, &LineReader::ended, [&](int error) {
+        if (error != 0) {
+            QCoreApplication::exit(complain(BadInput, name + QStringLiteral(": ") + qt_error_string(error)));
+        } else if (!stay || screen->isEmpty()) {
+            QCoreApplication::quit();
+        } else {
+            QObject::connect(player, &Player::settled, [screen] {
+                if (screen->isEmpty()) {
+                    QCoreApplication::quit();
+                }
+            });
+        }
     });
     return QCoreApplication::exec();
 }
 
+/// Says which records the host had back in a bad state, or not at all.
 bool recordsMisused()
 {
     std::vector<std::string> findings = lumd::takeFindings();
@@ -163,21 +143,36 @@ bool recordsMisused()
     return !findings.empty();
 }
 
-/// Loads the plug-in, plays the script and unloads it again.
-int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &script, Screen *screen)
+/// What is in the way of being the host on the session bus; empty when nothing is. To be asked before anything is
+/// shown: another host's notifications are not ours to clear.
+QString claimBus(QDBusConnection bus)
 {
-    const bool desktop = parser.isSet(QStringLiteral("desktop"));
-    const QString client = desktop ? QDBusConnection::sessionBus().name() : QStringLiteral("peerconnection");
+    const QString host = QStringLiteral("com.velmo.lumd");
+    if (!bus.isConnected()) {
+        return QStringLiteral("There is no session bus: ") + bus.lastError().message();
+    }
+    return bus.registerService(host)
+               ? QString()
+               : QStringLiteral("Another host is on this session bus: the name %1 is taken.").arg(host);
+}
+
+/// Loads the plug-in, plays the script and unloads it again.
+int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &script, const QString &connection)
+{
     Output output(parser.isSet(QStringLiteral("json")));
-    Player player(host, screen, &output, client);
+    Screen screen;
+    Player player(host, &screen, &output);
     LoadedPlugin plugin(parser.value(QStringLiteral("plugin")));
     if (!plugin.errorString().isEmpty() || plugin.load(*host) != 0) {
         return complain(NoEnvironment, plugin.errorString());
     }
     QObject object;
     new HostObject(&object, &output);
-    const QString fault = obstacle(QDBusConnection(client), &object, &player);
-    const int status = fault.isEmpty() ? playScript(script, &player) : complain(NoEnvironment, fault);
+    QDBusConnection client(connection); // there is one now
+    client.registerObject(QStringLiteral("/com/velmo/lumd"), &object);
+    const QString obstacle = screen.watch(client);
+    const int status = obstacle.isEmpty() ? playScript(script, &player, &screen, parser.isSet(QStringLiteral("wait")))
+                                          : complain(NoEnvironment, obstacle);
     plugin.unload();
     player.settle();
     return recordsMisused() ? Misuse : status;
@@ -187,6 +182,10 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
 
 int main(int argc, char **argv)
 {
+    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) { // or what is opened first would be taken for it
+        return complain(NoEnvironment, QStringLiteral("The standard output is closed."));
+    }
+    const bool hasInput = fcntl(STDIN_FILENO, F_GETFD) >= 0;
     // Scripts are UTF-8, and so is what is printed, in the C locale too.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     // When nobody reads any more, the plug-in still wants to be unloaded.
@@ -217,24 +216,30 @@ int main(int argc, char **argv)
     checkConfig(parser.value(QStringLiteral("config")));
     const QString name = parser.positionalArguments().value(0, QStringLiteral("-"));
     QFile script(name);
-    if (name == QLatin1String("-") ? !script.open(STDIN_FILENO, QIODevice::ReadOnly)
+    if (name == QLatin1String("-") ? !hasInput || !script.open(STDIN_FILENO, QIODevice::ReadOnly)
                                    : !script.open(QIODevice::ReadOnly)) {
-        return complain(BadInput, QStringLiteral("%1: %2").arg(name, script.errorString()));
+        return complain(BadInput, hasInput ? QStringLiteral("%1: %2").arg(name, script.errorString())
+                                           : QStringLiteral("The standard input is closed."));
     }
 
+    onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
+    const QTemporaryDir cache; // a host that runs has its icons in the usual place
+    qputenv("TMPDIR", QFile::encodeName(cache.path()));
     ServerProcess server;
-    Screen screen;
     QString address = parser.value(QStringLiteral("server"));
-    if (!parser.isSet(QStringLiteral("desktop"))) {
-        if (address.isEmpty() && server.listen()) {
-            address = server.address();
+    QString connection = QStringLiteral("peerconnection"); // as the plug-in calls it
+    if (parser.isSet(QStringLiteral("desktop"))) {
+        connection = QDBusConnection::sessionBus().name();
+        const QString obstacle = claimBus(QDBusConnection::sessionBus());
+        if (!obstacle.isEmpty()) {
+            return complain(NoEnvironment, obstacle);
         }
-        if (address.isEmpty() || !screen.connectTo(address)) {
-            return complain(NoEnvironment, QStringLiteral("There is no notification server."));
-        }
+    } else if (address.isEmpty()) {
+        server.listen();
+        address = server.address();
     }
     constexpr const char *variable = "LUMD_P2P_DBUS_ADDRESS"; // without it, the session bus
     address.isEmpty() ? qunsetenv(variable) : qputenv(variable, address.toUtf8());
     lumd::Host host(config.get());
-    return simulate(parser, &host, script, &screen);
+    return simulate(parser, &host, script, connection);
 }

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/output.h"
 
+#include "standins/terminal/card.h"
+#include "standins/terminal/text.h"
+
+#include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
@@ -8,16 +12,6 @@
 
 namespace
 {
-
-QJsonObject event(QLatin1String name, const QString &key)
-{
-    return {{QStringLiteral("event"), name}, {QStringLiteral("key"), key}};
-}
-
-QString key(const DesktopNotification &notification)
-{
-    return notification.hints.value(protocol::hint::originKey()).toString();
-}
 
 QJsonObject hints(const DesktopNotification &notification)
 {
@@ -33,19 +27,26 @@ QJsonObject hints(const DesktopNotification &notification)
 QJsonArray actions(const DesktopNotification &notification)
 {
     QJsonArray array;
-    const QVariantList remoteActions = notification.hints.value(protocol::hint::remoteActions()).toList();
-    for (const QVariant &remoteAction : remoteActions) {
-        const QJsonObject action = QJsonObject::fromVariantMap(remoteAction.toMap());
+    for (int i = 0; i + 1 < notification.actions.size(); i += 2) {
+        const QString &name = notification.actions.at(i);
         array.append(QJsonObject{
-            {QStringLiteral("name"), action.value(QStringLiteral("name"))},
-            {QStringLiteral("title"), action.value(QStringLiteral("displayName"))},
-            {QStringLiteral("input"), action.contains(QStringLiteral("input"))},
+            {QStringLiteral("name"), name},
+            {QStringLiteral("title"), notification.actions.at(i + 1)},
+            {QStringLiteral("input"), remoteAction(notification.hints, name).contains(QStringLiteral("input"))},
         });
     }
     return array;
 }
 
 } // namespace
+
+void Output::begin(int number, const QString &key)
+{
+    m_line = number;
+    if (!key.isEmpty()) {
+        m_lines.insert(key, number);
+    }
+}
 
 void Output::say(const QString &line) const
 {
@@ -54,68 +55,90 @@ void Output::say(const QString &line) const
     }
 }
 
-void Output::shown(const DesktopNotification &notification, bool replaced)
+void Output::shown(const QString &key, const DesktopNotification &notification, bool replaced)
 {
-    QJsonObject json = event(QLatin1String("shown"), key(notification));
-    json.insert(QStringLiteral("id"), static_cast<qint64>(notification.id));
-    json.insert(QStringLiteral("replaced"), replaced);
-    json.insert(QStringLiteral("appName"), notification.appName);
-    json.insert(QStringLiteral("summary"), notification.summary);
-    json.insert(QStringLiteral("body"), notification.body);
-    json.insert(QStringLiteral("appIcon"), notification.appIcon);
-    json.insert(QStringLiteral("actions"), actions(notification));
-    json.insert(QStringLiteral("hints"), hints(notification));
-    report(Shown, renderShown(notification, replaced), json);
+    report(Shown, "shown", key, notification.id,
+           {{QStringLiteral("replaced"), replaced},
+            {QStringLiteral("appName"), notification.appName},
+            {QStringLiteral("appIcon"), notification.appIcon},
+            {QStringLiteral("summary"), notification.summary},
+            {QStringLiteral("body"), notification.body},
+            {QStringLiteral("actions"), actions(notification)},
+            {QStringLiteral("hints"), hints(notification)},
+            {QStringLiteral("expireTimeout"), notification.expireTimeout}},
+           m_json ? QString() : renderShown(notification, replaced));
+}
+
+void Output::unchanged(const QString &key) { report(Shown, "unchanged", key, 0, {}, QString()); }
+
+void Output::skipped(const QString &verb, const QString &key)
+{
+    report(Shown, "skipped", key, 0, {{QStringLiteral("do"), verb}},
+           QStringLiteral("  skipped: only the kavrel server can be operated"));
 }
 
 void Output::action(const QString &key, const QString &title, const QString &identifier)
 {
-    QJsonObject json = event(QLatin1String("action"), key);
-    json.insert(QStringLiteral("title"), title);
-    json.insert(QStringLiteral("identifier"), identifier);
-    const QString line = QStringLiteral("← host told: %1 (%2) of %3").arg(title, identifier, key);
-    report(Told, printable(line), json);
+    report(Told, "action", key, 0, {{QStringLiteral("title"), title}, {QStringLiteral("identifier"), identifier}},
+           printable(QStringLiteral("← host told: %1 (%2) of %3").arg(title, identifier, key)));
 }
 
 void Output::invoked(const QString &method, const QStringList &arguments)
 {
-    QJsonObject json = event(QLatin1String("invoked"), arguments.value(0));
-    json.insert(QStringLiteral("method"), method);
-    json.insert(QStringLiteral("title"), arguments.value(1));
+    QJsonObject json = {{QStringLiteral("method"), method}, {QStringLiteral("title"), arguments.value(1)}};
     if (arguments.size() > 2) {
         json.insert(QStringLiteral("answer"), arguments.at(2));
     }
-    const QString line = QStringLiteral("← host called: %1(%2)").arg(method, arguments.join(QLatin1String(", ")));
-    report(Told, printable(line), json);
+    report(Told, "invoked", arguments.value(0), 0, json,
+           printable(QStringLiteral("← host called: %1(%2)").arg(method, arguments.join(QLatin1String(", ")))));
 }
 
-void Output::closed(const DesktopNotification &notification, uint reason)
+void Output::closed(const QString &key, const DesktopNotification &notification, uint reason)
 {
-    QJsonObject json = event(QLatin1String("closed"), key(notification));
-    json.insert(QStringLiteral("id"), static_cast<qint64>(notification.id));
-    json.insert(QStringLiteral("reason"), static_cast<qint64>(reason));
-    report(Closed, renderClosed(notification.id, notification.summary, reason), json);
+    report(Closed, "closed", key, notification.id, {{QStringLiteral("reason"), static_cast<qint64>(reason)}},
+           renderClosed(notification, reason));
 }
 
 void Output::removed(const QString &key)
 {
-    const QString line = QStringLiteral("← host told: %1 is gone").arg(key);
-    report(Removed, printable(line), event(QLatin1String("removed"), key));
+    report(Removed, "removed", key, 0, {}, printable(QStringLiteral("← host told: %1 is gone").arg(key)));
 }
 
-void Output::report(Rank rank, const QString &human, const QJsonObject &json)
+void Output::report(Rank rank, const char *event, const QString &key, uint id, QJsonObject json, const QString &human)
 {
+    const QString subject = key.isEmpty() ? QString::number(id) : key;
+    int &latest = m_lines[subject];
+    latest = m_line != 0 ? m_line : latest;
+    if (m_json) {
+        json.insert(QStringLiteral("event"), QLatin1String(event));
+        json.insert(QStringLiteral("key"), key);
+        json.insert(QStringLiteral("line"), latest);
+        json.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
+        if (id != 0) {
+            json.insert(QStringLiteral("id"), static_cast<qint64>(id));
+        }
+    }
     const QString text = m_json ? QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)) : human;
-    m_held.emplace_back(rank, text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
+    if (!text.isEmpty()) {
+        m_held.push_back({rank, subject, text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n')});
+    }
     ++m_reports;
+    m_effects += rank == Shown ? 0 : 1;
     onReport();
 }
 
 void Output::flush()
 {
-    std::stable_sort(m_held.begin(), m_held.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
-    for (const auto &[rank, text] : m_held) {
-        print(text);
+    std::stable_sort(m_held.begin(), m_held.end(), [](auto &a, auto &b) { return a.rank < b.rank; });
+    QString text;
+    for (const Report &report : m_held) {
+        text += report.text;
+        if (report.rank == Closed) {
+            m_lines.remove(report.subject);
+        }
     }
     m_held.clear();
+    if (!text.isEmpty()) {
+        print(text);
+    }
 }

@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/player.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>
-#include <QtCore/QHash>
 #include <QtCore/QScopedValueRollback>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusMessage>
 
 #include <limits>
-#include <utility>
 
 static void wait(qint64 milliseconds)
 {
@@ -19,86 +14,79 @@ static void wait(qint64 milliseconds)
     loop.exec();
 }
 
-Player::Player(lumd::Host *host, Screen *screen, Output *output, QString client)
+Player::Player(lumd::Host *host, Screen *screen, Output *output)
     : m_host(host)
     , m_screen(screen)
     , m_output(output)
-    , m_client(std::move(client))
 {
-    connect(screen, &Screen::shown, this,
-            [output](const DesktopNotification &shown, bool replaced) { output->shown(shown, replaced); });
-    connect(screen, &Screen::closed, this,
-            [output](const DesktopNotification &closed, uint reason) { output->closed(closed, reason); });
+    connect(screen, &Screen::shown, this, [output](auto &&...report) { output->shown(report...); });
+    connect(screen, &Screen::closed, this, [output](auto &&...report) { output->closed(report...); });
     host->onAction = [output](const std::string &key, lu_field *action) {
         const auto text = [action](uint32_t id) { return QString::fromUtf8(lu_field_get_str(action, id)); };
-        output->action(QString::fromStdString(key), text(0x01), text(0x21));
+        output->action(QString::fromStdString(key), text(field::action::title), text(field::action::identifier));
     };
     host->onRemoved = [output](const std::string &key) { output->removed(QString::fromStdString(key)); };
 
     m_late.setSingleShot(true);
     connect(&m_late, &QTimer::timeout, this, &Player::settle);
-    output->onReport = [this] { m_late.start(20); };
+    output->onReport = [this] {
+        if (!m_settling) {
+            m_late.start(20);
+        }
+    };
 }
 
-QString Player::play(const Event &event)
+QString Player::play(const Event &event, int number)
 {
-    if (event.verb.isEmpty()) {
+    if (!event.definition) {
         m_output->say(event.comment);
         return {};
     }
     const QString key = event.text("key");
-    const QString action = event.text("action");
-    const QByteArray keyBytes = key.toUtf8();
-    lu_field *const record = event.record.get();
-    QString fault;
-    const auto dexopt = [&] {
-        const QByteArray summary = event.text("summary").toUtf8();
-        const QByteArray body = event.text("body").toUtf8();
-        const double progress = event.members.value(QStringLiteral("progress")).toDouble();
-        m_host->dexoptNotify(summary.constData(), body.constData(), progress);
-    };
-    const auto act = [&] { fault = m_screen->act(event.verb, key, action, event.text("text")); };
-    const QHash<QString, std::pair<const char *, std::function<void()>>> deeds = {
-        {QStringLiteral("add"), {"host adds", [&] { m_host->add(record); }}},
-        {QStringLiteral("remove"), {"host removes", [&] { m_host->remove(keyBytes.constData()); }}},
-        {QStringLiteral("clear"), {"host clears", [&] { m_host->clear(); }}},
-        {QStringLiteral("connected"), {"host connects", [&] { m_host->connected(); }}},
-        {QStringLiteral("publish"), {"host publishes", [&] { m_host->publish(record); }}},
-        {QStringLiteral("installResult"), {"host installs", [&] { m_host->installationResult(record); }}},
-        {QStringLiteral("uninstallResult"), {"host uninstalls", [&] { m_host->uninstallationResult(record); }}},
-        {QStringLiteral("dexopt"), {"host optimises", dexopt}},
-        {QStringLiteral("wait"), {"time passes", [&] { wait(lu_field_get_int(record, 0x02)); }}},
-        {QStringLiteral("invoke"), {"user invokes", act}},
-        {QStringLiteral("reply"), {"user replies", act}},
-        {QStringLiteral("dismiss"), {"user dismisses", act}},
-    };
-    const auto [phrase, perform] = deeds.value(event.verb);
-    m_output->say(
-        QStringList{QStringLiteral("→"), QLatin1String(phrase), key, action}.join(QLatin1Char(' ')).trimmed());
-    perform();
+    QStringList words = {QStringLiteral("→"), QLatin1String(event.definition->phrase), key, event.text("action")};
+    m_output->say(words.join(QLatin1Char(' ')).trimmed());
+    m_output->begin(number, key);
+    m_screen->setKey(key);
+    const bool mayBeUnchanged = event.verb == QLatin1String("add") && m_screen->shows(key);
+    const int before = m_output->reports();
+    const QString fault = perform(event);
+    settle();
+    if (mayBeUnchanged && before == m_output->reports()) {
+        m_output->unchanged(key);
+        m_output->flush();
+    }
+    m_output->begin(0, {});
     return fault;
 }
 
-bool Player::settle()
+QString Player::perform(const Event &event)
+{
+    const QString key = event.text("key");
+    if (event.definition->call) {
+        event.definition->call(*m_host, event);
+    } else if (event.verb == QLatin1String("wait")) {
+        m_output->begin(0, {});
+        wait(event.members.value(QStringLiteral("ms")).toVariant().toLongLong());
+    } else if (m_screen->isOperable()) {
+        return m_screen->act(event.verb, key, event.text("action"), event.text("text"));
+    } else {
+        m_output->skipped(event.verb, key);
+    }
+    return {};
+}
+
+void Player::settle()
 {
     if (m_settling) {
-        return true;
+        return;
     }
     const QScopedValueRollback<bool> settling(m_settling, true);
-    const QDBusConnection client(m_client);
-    const QString service = client.baseService().isEmpty() ? QString() : protocol::service(); // on a bus
-    const QDBusMessage roundTrip = QDBusMessage::createMethodCall(service, protocol::objectPath(), protocol::service(),
-                                                                  QStringLiteral("GetServerInformation"));
-    bool answered = true;
-    int before = -1;
-    while (answered && before != m_output->reports()) {
-        before = m_output->reports();
-        const QDBusMessage reply = client.call(roundTrip, QDBus::Block, 5000);
-        answered = reply.type() == QDBusMessage::ReplyMessage && m_screen->roundTrip();
-        QCoreApplication::processEvents(QEventLoop::ExcludeSocketNotifiers);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
+    int before = 0;
+    do {
+        before = m_output->effects();
+        m_answered = m_screen->settle();
+    } while (m_answered && before != m_output->effects());
     m_late.stop();
     m_output->flush();
-    return answered;
+    Q_EMIT settled();
 }

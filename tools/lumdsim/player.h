@@ -13,20 +13,25 @@ class Player : public QObject
     Q_OBJECT
 
 public:
-    /// `client` names the connection over which the plug-in reaches its server.
-    Player(lumd::Host *host, Screen *screen, Output *output, QString client);
+    Player(lumd::Host *host, Screen *screen, Output *output);
 
-    /// What is wrong with the event; empty when nothing is.
-    QString play(const Event &event);
-    /// Returns when all that follows from what was played has happened and is printed, timers aside. False
-    /// when the server does not answer.
-    bool settle();
+    /// Plays the event, line `number` of the script, and settles. What is wrong with it; empty when nothing is.
+    QString play(const Event &event, int number);
+    /// Returns when all that follows from what was played has happened and is printed, timers aside.
+    void settle();
+    /// Whether the server has answered so far.
+    bool isAnswered() const { return m_answered; }
+
+Q_SIGNALS:
+    void settled();
 
 private:
+    QString perform(const Event &event);
+
     lumd::Host *m_host;
     Screen *m_screen;
     Output *m_output;
-    QString m_client;
     QTimer m_late; ///< for what happens by itself
     bool m_settling = false;
+    bool m_answered = true;
 };

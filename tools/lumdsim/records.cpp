@@ -3,6 +3,7 @@
 
 #include "plugin/fields.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 
@@ -29,20 +30,28 @@ static const char *const kinds[] = {"a number", "a string", "an integer", "", "t
                                     "a file that can be read", "", "a list of the right elements"};
 // clang-format on
 
+/// A local time is the same on every clock, wherever a script is played.
+static QVariant integer(const QJsonValue &value)
+{
+    const QDateTime time = QDateTime::fromString(value.toString(), Qt::ISODate);
+    return time.isValid() ? time.toMSecsSinceEpoch() : value.toVariant();
+}
+
 static bool setList(lu_field *record, const Member &member, const QJsonArray &array, const QDir &base, QString *error)
 {
     std::vector<lumd::Record> records;
     std::vector<std::string> strings;
     for (const QJsonValue &element : array) {
-        if (member.elements && element.isObject()) {
+        if (member.elements ? !element.isObject() : !element.isString()) {
+            return false;
+        }
+        if (member.elements) {
             records.push_back(recordFromJson(*member.elements, element.toObject(), base, error));
             if (!records.back()) {
                 return false;
             }
-        } else if (!member.elements && element.isString()) {
-            strings.push_back(element.toString().toStdString());
         } else {
-            return false;
+            strings.push_back(element.toString().toStdString());
         }
     }
     if (member.elements) {
@@ -53,7 +62,7 @@ static bool setList(lu_field *record, const Member &member, const QJsonArray &ar
     return true;
 }
 
-/// False, with the record in any state, when the value does not fit.
+/// False, with the record in any state, when the value does not fit. Without a record, nothing is set.
 static bool setMember(lu_field *record, const Member &member, const QJsonValue &value, const QDir &base, QString *error)
 {
     switch (field::typeCode(member.id)) {
@@ -61,8 +70,8 @@ static bool setMember(lu_field *record, const Member &member, const QJsonValue &
         lumd::setString(record, member.id, value.toString().toStdString());
         return value.isString();
     case field::Integer:
-        lumd::setInt(record, member.id, value.toVariant().toLongLong());
-        return value.toVariant().userType() == QMetaType::LongLong; // not so if broken, or beyond 64 bits
+        lumd::setInt(record, member.id, integer(value).toLongLong());
+        return integer(value).userType() == QMetaType::LongLong; // not so if broken, or beyond 64 bits
     case field::Boolean:
         lumd::setBool(record, member.id, value.toBool());
         return value.isBool();
@@ -82,7 +91,7 @@ static bool setMember(lu_field *record, const Member &member, const QJsonValue &
 
 lumd::Record recordFromJson(const Schema &schema, const QJsonObject &object, const QDir &base, QString *error)
 {
-    lumd::Record record = lumd::newRecord(schema.recordType);
+    lumd::Record record = schema.recordType != 0 ? lumd::newRecord(schema.recordType) : nullptr;
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         const auto member = std::find_if(schema.members.begin(), schema.members.end(),
                                          [&](const Member &known) { return entry.key() == QLatin1String(known.name); });
@@ -101,6 +110,5 @@ lumd::Record recordFromJson(const Schema &schema, const QJsonObject &object, con
 
 lumd::Record notificationFromJson(const QJsonObject &object, const QDir &iconBase, QString *error)
 {
-    error->clear();
     return recordFromJson(notificationSchema, object, iconBase, error);
 }

@@ -8,14 +8,15 @@
 
 struct Member;
 
-/// What a JSON object may hold, and the type of the host's record that it becomes.
+/// What a JSON object may hold, and the type of the host's record that it becomes; 0 for none.
 struct Schema {
     uint32_t recordType;
     std::vector<Member> members;
 };
 
-/// The type code of the identifier says what the value is: a byte array is the content of the file named, a
-/// list holds records of the schema `elements` or strings. Type code 0: a number that goes into no record.
+/// The type code of the identifier says what the value is: a byte array is the content of the file named, a list holds
+/// records of the schema `elements` or strings, an integer may be a local time in ISO 8601. Type code 0: a number that
+/// goes into no record.
 struct Member {
     const char *name;
     uint32_t id;
@@ -24,7 +25,7 @@ struct Member {
 
 extern const Schema notificationSchema;
 
-/// An absent member is an absent field. Files are looked up in `base`. Null, with what is wrong in `error`,
-/// when the object does not fit.
+/// Checks the object and makes the schema's record of it, if there is any. An absent member is an absent field. Files
+/// are looked up in `base`. What is wrong goes to `error`, which is left alone when nothing is.
 lumd::Record recordFromJson(const Schema &schema, const QJsonObject &object, const QDir &base, QString *error);
 lumd::Record notificationFromJson(const QJsonObject &object, const QDir &iconBase, QString *error);

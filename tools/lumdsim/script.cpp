@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/script.h"
 
-#include <QtCore/QHash>
+#include "plugin/fields.h"
+
 #include <QtCore/QJsonDocument>
 
-#include "plugin/fields.h"
+#include <algorithm>
 
 namespace
 {
 
-struct Verb {
-    Schema schema = {};
-    std::vector<const char *> required = {};
-};
+using lumd::Host;
 
 std::vector<Member> result(uint32_t detail)
 {
@@ -24,26 +22,40 @@ std::vector<Member> result(uint32_t detail)
             {"message", id::message}};
 }
 
-const QHash<QString, Verb> &verbs()
+void dexopt(const Host &host, const Event &event)
 {
-    static const Member key = {"key", 0x01};
-    static const Member action = {"action", 0x11};
+    host.dexoptNotify(event.text("summary").toUtf8().constData(), event.text("body").toUtf8().constData(),
+                      event.members.value(QStringLiteral("progress")).toDouble());
+}
+
+const std::vector<Verb> &verbs()
+{
+    namespace message = field::message;
+    static const Member key = {"key", field::String};
+    static const Member action = {"action", field::String};
+    static const Member text = {"text", field::String};
     // clang-format off
-    static const QHash<QString, Verb> table = {
-        {QStringLiteral("add"), {notificationSchema, {"key"}}},
-        {QStringLiteral("remove"), {{0, {key}}, {"key"}}},
-        {QStringLiteral("clear"), {}},
-        {QStringLiteral("connected"), {}},
-        {QStringLiteral("publish"), {{lumd::messageRecord, {{"text", field::message::text}, {"warning", field::message::warning}}}}},
-        {QStringLiteral("installResult"), {{lumd::installationResultRecord,
-            result(field::result::installationDetail)}}},
-        {QStringLiteral("uninstallResult"), {{lumd::uninstallationResultRecord,
-            result(field::result::uninstallationDetail)}}},
-        {QStringLiteral("dexopt"), {{0, {{"summary", 0x01}, {"body", 0x11}, {"progress", 0}}}}},
-        {QStringLiteral("wait"), {{0, {{"ms", 0x02}}}, {"ms"}}},
-        {QStringLiteral("invoke"), {{0, {key, action}}, {"key", "action"}}},
-        {QStringLiteral("reply"), {{0, {key, action, {"text", 0x21}}}, {"key", "action", "text"}}},
-        {QStringLiteral("dismiss"), {{0, {key}}, {"key"}}},
+    static const std::vector<Verb> table = {
+        {"add", "host adds", notificationSchema, 1, [](const Host &h, const Event &e) { h.add(e.record.get()); }},
+        {"remove", "host removes", {0, {key}}, 1,
+            [](const Host &h, const Event &e) { h.remove(e.text("key").toUtf8().constData()); }},
+        {"clear", "host clears", {}, 0, [](const Host &h, const Event &) { h.clear(); }},
+        {"connected", "host connects", {}, 0, [](const Host &h, const Event &) { h.connected(); }},
+        {"publish", "host publishes",
+            {lumd::messageRecord, {{"text", message::text}, {"warning", message::warning}}}, 0,
+            [](const Host &h, const Event &e) { h.publish(e.record.get()); }},
+        {"installResult", "host installs",
+            {lumd::installationResultRecord, result(field::result::installationDetail)}, 0,
+            [](const Host &h, const Event &e) { h.installationResult(e.record.get()); }},
+        {"uninstallResult", "host uninstalls",
+            {lumd::uninstallationResultRecord, result(field::result::uninstallationDetail)}, 0,
+            [](const Host &h, const Event &e) { h.uninstallationResult(e.record.get()); }},
+        {"dexopt", "host optimises",
+            {0, {{"summary", field::String}, {"body", field::String}, {"progress", 0}}}, 0, dexopt},
+        {"wait", "time passes", {0, {{"ms", field::Integer}}}, 1},
+        {"invoke", "user invokes", {0, {key, action}}, 2},
+        {"reply", "user replies", {0, {key, action, text}}, 3},
+        {"dismiss", "user dismisses", {0, {key}}, 1},
     };
     // clang-format on
     return table;
@@ -66,18 +78,21 @@ bool readEvent(const QByteArray &line, const QDir &iconBase, Event *event, QStri
     }
     event->members = document.object();
     event->verb = event->members.take(QStringLiteral("do")).toString();
-    const auto verb = verbs().constFind(event->verb);
-    if (verb == verbs().constEnd()) {
+    const auto verb = std::find_if(verbs().begin(), verbs().end(),
+                                   [event](const Verb &known) { return event->verb == QLatin1String(known.name); });
+    if (verb == verbs().end()) {
         *error = QStringLiteral("there is nothing to do that is called \"%1\"").arg(event->verb);
         return false;
     }
-    for (const char *const name : verb->required) {
+    for (size_t i = 0; i < verb->required; ++i) {
+        const char *const name = verb->schema.members[i].name;
         if (!event->members.contains(QLatin1String(name))) {
             *error = QStringLiteral("\"%1\" is missing").arg(QLatin1String(name));
             return false;
         }
     }
     error->clear();
+    event->definition = &*verb;
     event->record = recordFromJson(verb->schema, event->members, iconBase, error);
-    return event->record != nullptr;
+    return error->isEmpty();
 }

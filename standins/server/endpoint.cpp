@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "controladaptor.h"
-#include "extensionadaptor.h"
-#include "notificationsadaptor.h"
-#include "standins/server/server.h"
+#include "standins/server/endpoint.h"
 
-#include <QtCore/QTimer>
+#include "standins/protocol/desktopnotification.h"
+
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusServer>
+
+#include <sys/resource.h>
 
 namespace
 {
@@ -14,18 +14,22 @@ namespace
 QString localPath() { return QStringLiteral("/org/freedesktop/DBus/Local"); }
 QString localInterface() { return QStringLiteral("org.freedesktop.DBus.Local"); }
 
-} // namespace
-
-Server::Server(QObject *parent)
-    : QObject(parent)
+/// Leaves descriptors for everything else: without any, accepting a connection fails over and over.
+int maximumPeers()
 {
-    registerDesktopNotificationTypes();
-    new NotificationsAdaptor(this);
-    new ExtensionAdaptor(this);
-    new ControlAdaptor(this);
+    rlimit files = {};
+    getrlimit(RLIMIT_NOFILE, &files);
+    return static_cast<int>(std::min<rlim_t>(files.rlim_cur / 2, 4096));
 }
 
-Server::~Server()
+} // namespace
+
+Endpoint::Endpoint(QObject *parent)
+    : QObject(parent)
+{
+}
+
+Endpoint::~Endpoint()
 {
     for (const QString &peer : qAsConst(m_peers)) {
         leave(peer);
@@ -37,7 +41,7 @@ Server::~Server()
     }
 }
 
-bool Server::listen(const QString &address)
+bool Endpoint::listen(const QString &address)
 {
     m_listener = std::make_unique<QDBusServer>(address);
     if (!m_listener->isConnected()) {
@@ -45,11 +49,11 @@ bool Server::listen(const QString &address)
         m_listener.reset();
         return false;
     }
-    connect(m_listener.get(), &QDBusServer::newConnection, this, &Server::addPeer);
+    connect(m_listener.get(), &QDBusServer::newConnection, this, &Endpoint::addPeer);
     return true;
 }
 
-bool Server::serveBus(QDBusConnection bus)
+bool Endpoint::serveBus(QDBusConnection bus)
 {
     if (!bus.isConnected()) {
         m_error = QStringLiteral("no bus: ") + bus.lastError().message();
@@ -60,32 +64,39 @@ bool Server::serveBus(QDBusConnection bus)
         return false;
     }
     m_bus = bus.name();
+    bus.connect({}, localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     return true;
 }
 
-QString Server::address() const { return m_listener ? m_listener->address() : QString(); }
+QString Endpoint::address() const { return m_listener ? m_listener->address() : QString(); }
 
-void Server::addPeer(const QDBusConnection &connection)
+void Endpoint::addPeer(const QDBusConnection &connection)
 {
     QDBusConnection peer = connection;
+    if (m_peers.size() >= maximumPeers()) {
+        QDBusConnection::disconnectFromPeer(peer.name());
+        return;
+    }
     peer.registerObject(protocol::objectPath(), this);
-    // How a connection tells that its other end is gone.
-    peer.connect(QString(), localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(removePeer()));
+    peer.connect({}, localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     m_peers.append(peer.name());
 }
 
-void Server::removePeer()
+void Endpoint::onDisconnected()
 {
     const QString name = QDBusContext::connection().name();
-    m_peers.removeAll(name);
-    leave(name);
+    if (name == m_bus) {
+        Q_EMIT busLost();
+    } else if (m_peers.removeOne(name)) {
+        leave(name);
+    }
 }
 
-void Server::leave(const QString &name)
+void Endpoint::leave(const QString &name)
 {
     // A thread of Qt's own closes the connection later, when this object may be gone: it must not find it then.
     QDBusConnection peer(name);
     peer.unregisterObject(protocol::objectPath());
-    peer.disconnect(QString(), localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(removePeer()));
+    peer.disconnect({}, localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     QDBusConnection::disconnectFromPeer(name);
 }

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtCore/QStringList>
+
+// Text for the standard output: as wide as that is, with colours on a terminal unless NO_COLOR is set.
+
+enum class Style { Plain, Bold, Dim, Red, Green, Yellow, Blue };
+
+/// The width of the terminal; 80 where there is none.
+int columns();
+QString styled(const QString &text, Style style);
+/// `text` without what would move the cursor or turn the reading direction, on one line.
+QString printable(const QString &text);
+/// `text`, made printable, in lines of at most `width` columns, cut at blanks where there are any.
+QStringList wrapped(const QString &text, int width);
+/// Writes to the standard output at once; complains unless it is just that nobody reads any more.
+void print(const QString &text);
