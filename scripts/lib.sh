@@ -15,6 +15,8 @@ any_of() {
 }
 
 build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libdbus-1-dev libedit-dev)
+# shellcheck disable=SC2034
+test_packages=(binutils dbus-daemon libnotify-bin python3-dbusmock)
 
 # Runs a command without showing its output, unless it fails.
 quietly() {

@@ -13,7 +13,7 @@ desktop_there() {
 # Shows them on the session's desktop until a line comes in, and what the user does there.
 play_on_desktop() {
     {
-        grep -e '"Morning Ferry"' -e '"111 of 148 MB"' -e '"3 new messages".*:1714983000000' -e '"Lunch at ' \
+        grep -e '"Morning Ferry"' -e '"111 of 148 MB"' -e '"3 new messages".*T08:10' -e '"Lunch at ' \
             examples/day.jsonl | sed 's#"icons/#"examples/icons/#g'
         read -r _ || true
     } | ALERT_LOG=/dev/null build/release/bin/lumdsim --config examples/demo.ini --desktop -

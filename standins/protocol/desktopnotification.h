@@ -38,8 +38,8 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotificati
 /// be read. The types that it came with are lost.
 QVariantMap plainMap(QVariantMap map);
 
-/// The description of the D-Bus call that goes with the action `name`, from hints that `plainMap` made; empty when there
-/// is none.
+/// The description of the D-Bus call that goes with the action `name`, from hints that `plainMap` made; empty when
+/// there is none.
 QVariantMap remoteAction(const QVariantMap &hints, const QString &name);
 
 /// Makes the types known to Qt D-Bus; cheap to call again.

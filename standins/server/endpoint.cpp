@@ -7,6 +7,7 @@
 #include <QtDBus/QDBusServer>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace
 {
@@ -69,6 +70,12 @@ bool Endpoint::serveBus(QDBusConnection bus)
 }
 
 QString Endpoint::address() const { return m_listener ? m_listener->address() : QString(); }
+
+void Endpoint::removeSocket() const
+{
+    const QString path = address().section(QStringLiteral("unix:path="), 1).section(QLatin1Char(','), 0, 0);
+    unlink(QByteArray::fromPercentEncoding(path.toUtf8()).constData());
+}
 
 void Endpoint::addPeer(const QDBusConnection &connection)
 {

@@ -25,6 +25,8 @@ public:
     bool serveBus(QDBusConnection bus);
     /// The address that peers can connect to; empty when not listening.
     QString address() const;
+    /// Removes the file, if any, that peers connect to.
+    void removeSocket() const;
     QString errorString() const { return m_error; }
 
 Q_SIGNALS:

@@ -27,16 +27,14 @@ ExitStatus complain(const QString &text, ExitStatus status)
 void draw(const Server &server)
 {
     const auto label = [](uint id) { return QStringLiteral("#%1 ").arg(id); };
-    auto *const held = new QHash<uint, DesktopNotification>;
-    QObject::connect(&server, &QObject::destroyed, [held] { delete held; });
+    static QHash<uint, DesktopNotification> held;
     QObject::connect(&server, &Server::Shown, [=](DesktopNotification notification, bool replaced) {
         notification.hints = plainMap(notification.hints);
         print(renderShown(notification, replaced, label(notification.id)) + QLatin1Char('\n'));
-        held->insert(notification.id, notification);
+        held.insert(notification.id, notification);
     });
-    QObject::connect(&server, &Server::Closed, [=](uint id, uint reason) {
-        print(renderClosed(held->take(id), reason, label(id)));
-    });
+    QObject::connect(&server, &Server::Closed,
+                     [=](uint id, uint reason) { print(renderClosed(held.take(id), reason, label(id))); });
 }
 
 } // namespace
@@ -64,25 +62,26 @@ int main(int argc, char *argv[])
         return complain(QStringLiteral("give either --address or --session"), Usage);
     }
 
-    // So that the socket file goes too.
     onSignals({SIGTERM, SIGINT, SIGHUP}, [](int) { QCoreApplication::quit(); });
     if (parser.isSet(child)) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         std::signal(SIGINT, SIG_IGN); // a terminal sends these to both, and the parent still needs the server
         std::signal(SIGHUP, SIG_IGN);
     }
-    Server server;
-    if (!(parser.isSet(session) ? server.serveBus(QDBusConnection::sessionBus())
-                                : server.listen(parser.value(address)))) {
-        return complain(server.errorString(), Failure);
+    // Never destroyed: Qt's D-Bus thread may hang when the process ends right after a QDBusServer.
+    static auto *const server = new Server;
+    if (!(parser.isSet(session) ? server->serveBus(QDBusConnection::sessionBus())
+                                : server->listen(parser.value(address)))) {
+        return complain(server->errorString(), Failure);
     }
-    QObject::connect(&server, &Server::busLost, &application, [] {
-        QCoreApplication::exit(complain(QStringLiteral("the session bus is gone"), Failure));
-    });
+    QObject::connect(server, &Server::busLost, &application,
+                     [] { QCoreApplication::exit(complain(QStringLiteral("the session bus is gone"), Failure)); });
     if (!parser.isSet(quiet)) {
-        draw(server);
+        draw(*server);
     }
     print(parser.isSet(session) ? QStringLiteral("serving the session bus\n")
-                                : QStringLiteral("listening on %1\n").arg(server.address()));
-    return QCoreApplication::exec();
+                                : QStringLiteral("listening on %1\n").arg(server->address()));
+    const int status = QCoreApplication::exec();
+    server->removeSocket();
+    return status;
 }

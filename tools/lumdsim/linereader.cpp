@@ -5,32 +5,31 @@
 
 #include <array>
 #include <cerrno>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <editline/readline.h>
 #include <unistd.h>
 
-static LineReader *typed = nullptr;
+static LineReader *reader = nullptr;
 
 static void onTyped(char *line)
 {
     if (!line) {
-        Q_EMIT typed->ended(0);
+        Q_EMIT reader->ended(0);
         return;
     }
     add_history(line);
-    Q_EMIT typed->lineRead(line);
+    Q_EMIT reader->lineRead(line);
     std::free(line); // NOLINT: the library gives it away
 }
 
-LineReader::LineReader(int descriptor)
+LineReader::LineReader(int descriptor, bool typed)
     : m_notifier(descriptor, QSocketNotifier::Read)
-    , m_isTyped(isatty(descriptor) == 1)
+    , m_typed(typed)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, &LineReader::read);
-    if (m_isTyped) {
-        typed = this;
+    if (m_typed) {
+        reader = this;
         rl_outstream = stderr; // the standard output is for what happens
         rl_callback_handler_install("> ", onTyped);
     }
@@ -38,7 +37,7 @@ LineReader::LineReader(int descriptor)
 
 LineReader::~LineReader()
 {
-    if (m_isTyped) {
+    if (m_typed) {
         rl_callback_handler_remove();
     }
 }
@@ -46,7 +45,7 @@ LineReader::~LineReader()
 void LineReader::read()
 {
     m_notifier.setEnabled(false);
-    if (m_isTyped) {
+    if (m_typed) {
         rl_callback_read_char();
         m_notifier.setEnabled(true);
         return;

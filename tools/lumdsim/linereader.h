@@ -10,11 +10,10 @@ class LineReader : public QObject
     Q_OBJECT
 
 public:
-    explicit LineReader(int descriptor);
+    /// `typed` tells whether the descriptor is a terminal's.
+    LineReader(int descriptor, bool typed);
     /// Leaves the terminal as it was.
     ~LineReader() override;
-
-    bool isTyped() const { return m_isTyped; }
 
 Q_SIGNALS:
     /// Nothing is read until whoever is connected has returned.
@@ -27,7 +26,7 @@ private:
     void next();
 
     QSocketNotifier m_notifier;
-    bool m_isTyped;
+    bool m_typed;
     QByteArray m_buffer;
     int m_searched = 0; ///< so much of the buffer holds no end of a line
     int m_used = 0;     ///< so much of the buffer has been read out

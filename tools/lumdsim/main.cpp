@@ -89,11 +89,12 @@ int playScript(const QFile &file, Player *player, const Screen *screen, bool sta
 {
     const QDir base = QFileInfo(file).dir(); // of standard input: the current one
     const QString name = file.fileName().isEmpty() ? QStringLiteral("standard input") : file.fileName();
-    LineReader reader(file.handle());
-    if (reader.isTyped()) {
+    const bool typed = isatty(file.handle()) == 1;
+    if (typed) {
         complain(Good, QStringLiteral("Type one event a line, such as {\"do\":\"add\",\"key\":\"k\","
                                       "\"title\":\"Hello\"}; Ctrl-D ends."));
     }
+    LineReader reader(file.handle(), typed);
     int number = 0;
     QObject::connect(&reader, &LineReader::lineRead, [&](const QByteArray &line) {
         Event event;
@@ -110,7 +111,7 @@ int playScript(const QFile &file, Player *player, const Screen *screen, bool sta
         }
         if (!player->isAnswered() || std::ferror(stdout) != 0) {
             QCoreApplication::exit(NoEnvironment);
-        } else if (!fault.isEmpty() && !reader.isTyped()) {
+        } else if (!fault.isEmpty() && !typed) {
             QCoreApplication::exit(BadInput);
         }
     });
