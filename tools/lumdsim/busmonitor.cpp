@@ -114,7 +114,7 @@ QString BusMonitor::start()
         m_connection ? dbus_connection_send_with_reply_and_block(m_connection, call, patienceMs, &error) : nullptr;
     dbus_message_unref(call);
     if (!answer) {
-        const QString reason = QString::fromUtf8(error.message);
+        QString reason = QString::fromUtf8(error.message);
         dbus_error_free(&error);
         return reason;
     }

@@ -49,7 +49,7 @@ QString Player::play(const Event &event, int number)
     m_screen->setKey(key);
     const bool mayBeUnchanged = event.verb == QLatin1String("add") && m_screen->shows(key);
     const int before = m_output->reports();
-    const QString fault = perform(event);
+    QString fault = perform(event);
     settle();
     if (mayBeUnchanged && before == m_output->reports()) {
         m_output->unchanged(key);

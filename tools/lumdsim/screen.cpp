@@ -57,16 +57,14 @@ void Screen::onShown(const DesktopNotification &notification, bool replaced)
 
 void Screen::onClosed(uint id, uint reason)
 {
-    const auto found = m_shown.constFind(id);
-    if (found == m_shown.constEnd()) {
+    if (!m_shown.contains(id)) {
         return; // another program's, or from before
     }
-    const Shown gone = *found;
-    m_shown.erase(found);
-    if (m_ids.value(gone.key) == id) {
-        m_ids.remove(gone.key);
+    const auto [key, notification] = m_shown.take(id);
+    if (m_ids.value(key) == id) {
+        m_ids.remove(key);
     }
-    Q_EMIT closed(gone.key, gone.notification, reason);
+    Q_EMIT closed(key, notification, reason);
 }
 
 QString Screen::act(const QString &deed, const QString &key, const QString &action, const QString &text) const
