@@ -117,146 +117,65 @@ struct Row {
     QStringList capabilities = ours;
 };
 
+QDBusMessage refuse(const QDBusMessage &notify) { return notify.createErrorReply("x.y", "no"); }
+
 /// Each begins with k shown as k1.
+// clang-format off
 const Row rows[] = {
-    {"answers to new ones and updates come late",
-     [](auto &p, auto &s) {
-         s.hold();
-         for (const char *const text : {"1", "2", "3"}) {
-             p.add("l", text);
-             p.add("k", text);
-         }
-         QCOMPARE(p.live["l"]->replacesId(), 0U);
-         s.release();
-     },
-     "k3 l3"},
-    {"answers come in another order",
-     [](auto &p, auto &s) {
-         s.hold();
-         p.add("l", "1"), p.add("m", "1"), p.add("k", "2");
-         s.release(true);
-         p.settle();
-         p.remove("l");
-     },
-     "k2 m1"},
-    {"removed before the identifier comes",
-     [](auto &p, auto &s) {
-         s.hold();
-         p.add("l", "1"), p.add("l", "2");
-         p.remove("l"), p.remove("k");
-         p.add("l", "3");
-         s.release();
-     },
-     "l3"},
-    {"closed and published again before the identifier comes",
-     [](auto &p, auto &s) {
-         s.hold();
-         Notification *const notification = p.add("l", "1");
-         notification->close();
-         notification->setSummary("2");
-         notification->publish();
-         s.release();
-     },
-     "k1 l2"},
-    {"cleared before the identifier comes",
-     [](auto &p, auto &s) {
-         s.hold();
-         p.add("l", "1");
-         Program::clear();
-         s.release();
-         p.settle();
-         QCOMPARE(s.calls.filter("Close"), (QStringList{"Close 1", "Close 2"}));
-     },
-     "", "k gone l gone"},
-    {"dismissed while an update is on its way",
-     [](auto &p, auto &s) {
-         s.keepsIds = true;
-         s.close(1);
-         p.add("k", "2");
-         p.settle();
-         QCOMPARE(p.told, QStringList());
-         p.add("k", "3");
-         s.close(1);
-     },
-     "", "k gone"},
-    {"dismissed while an update is on its way, and the answer late",
-     [](auto &p, auto &s) {
-         s.hold();
-         s.close(1);
-         p.add("k", "2");
-         p.settle();
-         s.release();
-     },
-     "k2"},
-    {"cleared and added again at once",
-     [](auto &p, auto &s) {
-         s.keepsIds = true;
-         Program::clear();
-         p.add("k", "2");
-     },
-     "k2"},
-    {"dismissed while an update is refused",
-     [](auto &p, auto &s) {
-         s.answer = [](auto &notify) { return notify.createErrorReply("x.y", "no"); };
-         s.hold();
-         p.add("k", "2"), p.add("l", "1");
-         s.close(1);
-         p.settle();
-         s.release();
-     },
-     "", "k gone"},
-    {"an update is refused, the next one is not",
-     [](auto &p, auto &s) {
-         s.answer = [](auto &notify) { return notify.createErrorReply("x.y", "no"); };
-         p.add("k", "2"), p.add("l", "2");
-         s.answer = nullptr;
-         p.add("k", "3"), p.add("l", "3");
-     },
-     "k3 l3"},
-    {"answers are of another type, or name no identifier",
-     [](auto &p, auto &s) {
-         s.answer = [](auto &notify) { return notify.createReply(QStringList{"x"}); };
-         p.add("l", "1");
-         s.answer = [](auto &notify) { return notify.createReply(0U); };
-         p.add("m", "1");
-         QCOMPARE(p.live["m"]->replacesId(), 0U);
-     },
-     "k1"},
-    {"one identifier is given to two",
-     [](auto &p, auto &s) {
-         s.answer = [](auto &notify) { return notify.createReply(1U); };
-         p.add("l", "1");
-         s.answer = nullptr;
-         QCOMPARE(p.live["k"]->replacesId(), 0U);
-         s.signal("ActionInvoked", {1U, "a|1"});
-     },
-     "k1", "l a|1"},
-    {"closed twice",
-     [](auto &p, auto &s) {
-         Notification *const notification = p.live["k"];
-         notification->close(), notification->close();
-         p.settle();
-         s.signal("NotificationClosed", {1U, 2U});
-         QCOMPARE(s.calls.join(" "), "Notify Close 1");
-     },
-     "", "k gone"},
-    {"another's server expires a pop-up",
-     [](auto &p, auto &s) {
-         s.signal("NotificationClosed", {1U, 1U});
-         p.settle();
-         p.remove("k");
-     },
-     "", "", foreign},
-    {"messages are cleared on another's server",
-     [](auto &, auto &) {
-         Notification message;
-         message.setSummary("message");
-         message.publish();
-         Program::clear();
-     },
-     "", "k gone", foreign},
+    {"answers come late", [](auto &p, auto &s) {
+        s.hold();
+        for (const char *const text : {"1", "2", "3"}) { p.add("l", text); p.add("k", text); }
+        QCOMPARE(p.live["l"]->replacesId(), 0U);
+        s.release(); }, "k3 l3"},
+    {"answers come in another order", [](auto &p, auto &s) {
+        s.hold(); p.add("l", "1"); p.add("m", "1"); p.add("k", "2");
+        s.release(true); p.settle(); p.remove("l"); }, "k2 m1"},
+    {"removed before the identifier comes", [](auto &p, auto &s) {
+        s.hold(); p.add("l", "1"); p.add("l", "2"); p.remove("l"); p.remove("k"); p.add("l", "3"); s.release(); }, "l3"},
+    {"closed and published again before the identifier comes", [](auto &p, auto &s) {
+        s.hold();
+        Notification *const l = p.add("l", "1");
+        l->close(); l->setSummary("2"); l->publish();
+        s.release(); }, "k1 l2"},
+    {"cleared before the identifier comes", [](auto &p, auto &s) {
+        s.hold(); p.add("l", "1"); Program::clear(); s.release(); p.settle();
+        QCOMPARE(s.calls.filter("Close"), (QStringList{"Close 1", "Close 2"})); }, "", "k gone l gone"},
+    {"dismissed while an update is on its way", [](auto &p, auto &s) {
+        s.keepsIds = true;
+        s.close(1); p.add("k", "2"); p.settle();
+        QCOMPARE(p.told, QStringList());
+        p.add("k", "3"); s.close(1); }, "", "k gone"},
+    {"dismissed while an update is on its way, and the answer late", [](auto &p, auto &s) {
+        s.hold(); s.close(1); p.add("k", "2"); p.settle(); s.release(); }, "k2"},
+    {"cleared and added again at once", [](auto &p, auto &s) {
+        s.keepsIds = true; Program::clear(); p.add("k", "2"); }, "k2"},
+    {"dismissed while an update is refused", [](auto &p, auto &s) {
+        s.answer = refuse; s.hold(); p.add("k", "2"); p.add("l", "1"); s.close(1); p.settle(); s.release(); },
+        "", "k gone"},
+    {"an update is refused, the next one is not", [](auto &p, auto &s) {
+        s.answer = refuse; p.add("k", "2"); p.add("l", "2");
+        s.answer = nullptr; p.add("k", "3"); p.add("l", "3"); }, "k3 l3"},
+    {"answers are of another type, or name no identifier", [](auto &p, auto &s) {
+        s.answer = [](auto &notify) { return notify.createReply(QStringList{"x"}); }; p.add("l", "1");
+        s.answer = [](auto &notify) { return notify.createReply(0U); }; p.add("m", "1");
+        QCOMPARE(p.live["m"]->replacesId(), 0U); }, "k1"},
+    {"one identifier is given to two", [](auto &p, auto &s) {
+        s.answer = [](auto &notify) { return notify.createReply(1U); }; p.add("l", "1"); s.answer = nullptr;
+        QCOMPARE(p.live["k"]->replacesId(), 0U);
+        s.signal("ActionInvoked", {1U, "a|1"}); }, "k1", "l a|1"},
+    {"closed twice", [](auto &p, auto &s) {
+        Notification *const k = p.live["k"];
+        k->close(); k->close(); p.settle();
+        s.signal("NotificationClosed", {1U, 2U});
+        QCOMPARE(s.calls.join(' '), "Notify Close 1"); }, "", "k gone"},
+    {"another's server expires a pop-up", [](auto &p, auto &s) {
+        s.signal("NotificationClosed", {1U, 1U}); p.settle(); p.remove("k"); }, "", "", foreign},
+    {"messages are cleared on another's server", [](auto &, auto &) {
+        Notification message; message.setSummary("message"); message.publish(); Program::clear(); },
+        "", "k gone", foreign},
     {"our server expires it", [](auto &, auto &s) { s.close(1, 1); }, "", "k gone"},
 };
+// clang-format on
 
 } // namespace
 
