@@ -1,163 +1,228 @@
 // SPDX-License-Identifier: MIT
 #include "tests/world.h"
 
+#include <notification.h>
+
+#include <QtCore/QJsonArray>
+
+namespace n = field::notification;
+namespace a = field::action;
+namespace r = field::result;
+
+namespace
+{
+
+const QVariant low = QVariant::fromValue<uchar>(0);
+const QVariant normal = QVariant::fromValue<uchar>(1);
+const QVariant critical = QVariant::fromValue<uchar>(2);
+
+// clang-format off
+/// What all notifications have in common, and what each kind has.
+const QVariantMap bare = {
+    {"id", 1U}, {"appName", ""}, {"appIcon", ""}, {"summary", ""}, {"body", ""}, {"urgency", normal},
+    {"x-vorn-owner", "tst_translation"}};
+const QVariantMap added = {
+    {"urgency", low}, {"x-vorn-priority", 0}, {"x-vorn-color", "auto"}, {"x-vorn-display-on", true},
+    {"x-vorn-origin-key", "a|b"}, {"x-vorn-origin-package", ""}, {"x-vorn-user-removable", false}};
+const QVariantMap message = {{"appIcon", "icon-s-android"}, {"transient", true}};
+const QVariantMap uninstalled = {{"appIcon", "icon-s-android"}, {"image-path", "icon-s-android"}};
+const QVariantMap optimising = {
+    {"appIcon", "icon-s-android"}, {"appName", "Orvix"}, {"resident", true}, {"x-vorn-user-removable", false}};
+// clang-format on
+
+/// `look` but for `differences`, of which the invalid ones are missing.
+QVariantMap with(QVariantMap look, const QVariantMap &differences)
+{
+    look.insert(differences);
+    for (const QString &missing : look.keys({})) {
+        look.remove(missing);
+    }
+    return look;
+}
+
+/// What the host does, and how the notification that comes of it looks where nothing else is said.
+struct Deed {
+    std::function<void(const World &)> happen;
+    QVariantMap look;
+};
+Deed add(const Fields &fields)
+{
+    return {[=](const World &world) { world.add("a|b", fields); }, added};
+}
+Deed say(void (lumd::Host::*call)(lu_field *) const, const QVariantMap &look, const Fields &fields)
+{
+    return {[=](const World &world) { (world.host.get()->*call)(record(lumd::messageRecord, fields).get()); }, look};
+}
+Deed optimise(const char *summary, const char *body, double progress)
+{
+    return {[=](const World &world) { world.host->dexoptNotify(summary, body, progress); }, optimising};
+}
+
+} // namespace
+
 /// What the host's notifications and messages look like when they reach the desktop, first and again.
 class TranslationTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void property_data()
+    void properties()
     {
-        table({"line", "properties"}, R"(
-            "key":"k" => appName=; summary=; body=; appIcon=; actions=; expireTimeout=-1; x-vorn-origin-key=k
-            "key":"k" => x-vorn-origin-package=; x-vorn-color=auto; urgency=uchar 0; x-vorn-priority=int 0
-            "key":"k" => x-vorn-display-on=bool true; x-vorn-user-removable=bool false; !category; !x-vorn-feedback
-            "key":"k" => !suppress-sound; !x-vorn-vibrate; !x-vorn-led-argb; !resident; !transient; !value; !image-path
-            "key":"k" => !x-vorn-item-count; !x-vorn-timestamp; !x-vorn-remote-actions; !x-vorn-progress
-            "key":"a|b","package":"p","appName":"Chat" => appName=Chat; x-vorn-origin-key=a|b; x-vorn-origin-package=p
-            "title":"Ada","text":"✓\nHi","subText":"To" => summary=Ada; body=✓\nHi; x-vorn-sub-text=To
-            "importance":-1,"category":"MSG" => x-vorn-priority=int -25; urgency=uchar 1; category=MSG; !x-vorn-feedback
-            "importance":1,"category":"msg " => x-vorn-priority=int 25; urgency=uchar 0; category=msg ; !x-vorn-feedback
-            "importance":2,"category":"event" => x-vorn-priority=int 50; urgency=uchar 1; category=calendar
-            "importance":3,"category":"email" => x-vorn-priority=int 75; urgency=uchar 1; category=email
-            "importance":4,"category":"alarm" => x-vorn-priority=int 100; urgency=uchar 2; category=clock
-            "importance":5,"category":"msg" => x-vorn-priority=int 125; urgency=uchar 2; category=chat
-            "importance":6,"category":"alarm" => x-vorn-priority=int 150; urgency=uchar 1; x-vorn-feedback=clock
-            "importance":5,"lowUrgency":true,"category":"event" => urgency=uchar 0; x-vorn-feedback=calendar
-            "importance":4,"lowUrgency":true,"category":"email" => urgency=uchar 0; x-vorn-feedback=email,email_exists
-            "importance":2147483647,"category":"msg" => x-vorn-priority=int 2147483623; x-vorn-feedback=chat,chat_exists
-            "color":128,"ledColor":4278255360 => x-vorn-color=#000080; x-vorn-led-argb=int -16711936
-            "color":4280391411,"timestamp":4294967297 => x-vorn-color=#ff2196f3; x-vorn-timestamp=qlonglong 4294967297
-            "color":-16711936,"itemCount":-3 => x-vorn-color=#ff00ff00; !x-vorn-item-count
-            "color":4294967296,"itemCount":4294967299 => x-vorn-color=auto; x-vorn-item-count=int 3
-            "vibrate":true => x-vorn-vibrate=bool true; x-vorn-display-on=bool true; !suppress-sound
-            "silent":true => suppress-sound=bool true; !x-vorn-vibrate; !x-vorn-display-on
-            "silent":true,"vibrate":true
-                => suppress-sound=bool true; x-vorn-vibrate=bool true; x-vorn-display-on=bool true
-            "progressMax":4,"progress":1 => value=int 25; x-vorn-progress=double 0.25
-            "progressMax":2,"progress":3 => value=int 100; x-vorn-progress=double 1.5
-            "progressMax":2,"progress":-1 => x-vorn-progress=double -0.5
-            "progressMax":0,"progress":1 => !value; !x-vorn-progress
-            "progressMax":100,"progress":40,"indeterminate":true => x-vorn-progress=int -1; !value
-            "ongoing":true,"clearable":true => resident=bool true; !x-vorn-user-removable
-            "actions":[] => actions=; !x-vorn-remote-actions
-            "actions":[{"title":"R","freeInput":true},{"title":"A","choices":["Y"]},{"title":"G","identifier":"4"}]
-                => actions=G|4,G
-            "do":"publish","text":"T","warning":true => summary=T; appIcon=icon-lock-warning; urgency=uchar 2; body=
-            "do":"publish" => summary=; appIcon=icon-s-android; urgency=uchar 1; transient=bool true; appName=
-            "do":"installResult","headline":"h","detail":"d" => x-vorn-preview-summary=h: d; transient=bool true
-            "do":"installResult","headline":"h","message":"m" => x-vorn-preview-summary=h; !x-vorn-preview-body
-            "do":"installResult","message":"m","code":-3 => x-vorn-preview-body=m; !x-vorn-preview-summary
-            "do":"installResult","appName":"X","code":1 => appName=X; appIcon=icon-s-android; image-path=icon-s-android
-            "do":"uninstallResult","detail":"d" => x-vorn-preview-summary=: d; !x-vorn-origin-key; !transient
-            "do":"uninstallResult","message":"m","code":4294967296 => x-vorn-preview-body=m; !x-vorn-preview-summary
-        )");
-    }
-    void property()
-    {
-        QFETCH(QString, line);
-        QFETCH(QString, properties);
-        World world;
-        world.play(line.toUtf8());
-        QCOMPARE(world.seen(properties), properties);
-        QCOMPARE(world.notifies, QList<bool>{false});
-    }
-
-    void remoteActions()
-    {
-        World world("[Notifications]\nNotifActionInput = true\n");
-        world.play(R"("actions":[{"title":"default","identifier":"9"},
-            {"title":"Reply","identifier":"1","inputLabel":"Message","freeInput":true},
-            {"title":"Answer","identifier":"2|x","choices":["Yes","No"]},{"identifier":"3"}])");
-        const QString call = R"({"arguments":["k","%1"],"displayName":"%1",%3"interface":"com.velmo.lumd","method":)"
-                             R"("notificationActionInvoke%4","name":"%2","path":"/com/velmo/lumd","service":)"
-                             R"("com.velmo.lumd"})";
-        const QString reply = R"("input":{"choices":[],"freeInput":true,"label":"Message"},)";
-        const QString answer = R"("input":{"choices":["Yes","No"],"freeInput":false,"label":""},)";
-        const QStringList calls = {call.arg("default", "default", "", ""), call.arg("Reply", "Reply|1", reply, "Input"),
-                                   call.arg("Answer", "Answer|2|x", answer, "Input"), call.arg("", "|3", "", "")};
-        const QString expected = "actions=default,default,Reply|1,Reply,Answer|2|x,Answer,|3,; "
-                                 "x-vorn-remote-actions=QVariantList [" +
-                                 calls.join(',') + ']';
-        QCOMPARE(world.seen(expected), expected);
-    }
-
-    void oddTexts()
-    {
-        World world;
-        world.add("k\xff", "caf\xe9", {}, {});
-        QCOMPARE(world.only().summary, "caf\uFFFD");
-        world.play(QString(R"("key":"k\ufffd","text":"%1")").arg(QString(1024 * 1024, '<')).toUtf8());
-        QCOMPARE(world.only().body.size(), 1024 * 1024);
-        for (const char *const key : {"k", "K", "k|1", "k/1", ""}) { // all of them other ones
-            world.play(QString(R"("key":"%1")").arg(key).toUtf8());
+        const auto publish = &lumd::Host::publish;
+        const auto install = &lumd::Host::installationResult;
+        const auto uninstall = &lumd::Host::uninstallationResult;
+        const QVariantMap installed = with(uninstalled, {{"transient", true}});
+        const std::vector<std::pair<Deed, QVariantMap>> rows = {
+            {add({}), {}},
+            {add({{n::appName, "Chat"}, {n::packageName, "p"}}), {{"appName", "Chat"}, {"x-vorn-origin-package", "p"}}},
+            {add({{n::title, "Ada"}, {n::text, "✓\nHi"}}), {{"summary", "Ada"}, {"body", "✓\nHi"}}},
+            {add({{n::title, QByteArray("caf\xe9")}, {n::subText, "To"}}),
+             {{"summary", "caf\uFFFD"}, {"x-vorn-sub-text", "To"}}},
+            {add({{n::category, "MSG"}}), {{"category", "MSG"}}},
+            {add({{n::category, "msg"}}), {{"category", "chat"}, {"x-vorn-feedback", "chat,chat_exists"}}},
+            {add({{n::category, "event"}}), {{"category", "calendar"}, {"x-vorn-feedback", "calendar"}}},
+            {add({{n::category, "email"}}), {{"category", "email"}, {"x-vorn-feedback", "email,email_exists"}}},
+            {add({{n::category, "alarm"}}), {{"category", "clock"}, {"x-vorn-feedback", "clock"}}},
+            {add({{n::importance, -1}}), {{"x-vorn-priority", -25}, {"urgency", normal}}},
+            {add({{n::importance, 1}}), {{"x-vorn-priority", 25}}},
+            {add({{n::importance, 2}}), {{"x-vorn-priority", 50}, {"urgency", normal}}},
+            {add({{n::importance, 3}}), {{"x-vorn-priority", 75}, {"urgency", normal}}},
+            {add({{n::importance, 4}}), {{"x-vorn-priority", 100}, {"urgency", critical}}},
+            {add({{n::importance, 5}}), {{"x-vorn-priority", 125}, {"urgency", critical}}},
+            {add({{n::importance, 6}}), {{"x-vorn-priority", 150}, {"urgency", normal}}},
+            {add({{n::importance, 5}, {n::lowUrgency, true}}), {{"x-vorn-priority", 125}}},
+            {add({{n::importance, 2147483647}}), {{"x-vorn-priority", 2147483623}, {"urgency", normal}}},
+            {add({{n::color, 1}, {n::ledColor, 1}}), {{"x-vorn-color", "#000001"}, {"x-vorn-led-argb", 1}}},
+            {add({{n::color, 0xff2196f3U}}), {{"x-vorn-color", "#ff2196f3"}}},
+            {add({{n::ledColor, 0xff00ff00U}}), {{"x-vorn-led-argb", -16711936}}},
+            {add({{n::color, -16711936}, {n::ledColor, 1LL << 32}}), {{"x-vorn-color", "#ff00ff00"}}},
+            {add({{n::timestamp, 4294967297LL}, {n::itemCount, -1}}), {{"x-vorn-timestamp", 4294967297LL}}},
+            {add({{n::timestamp, 1}, {n::itemCount, 1}}), {{"x-vorn-timestamp", 1LL}, {"x-vorn-item-count", 1}}},
+            {add({{n::color, 1LL << 32}, {n::itemCount, 4294967299LL}}), {{"x-vorn-item-count", 3}}},
+            {add({{n::vibrate, true}}), {{"x-vorn-vibrate", true}}},
+            {add({{n::silent, true}}), {{"suppress-sound", true}, {"x-vorn-display-on", {}}}},
+            {add({{n::silent, true}, {n::vibrate, true}}), {{"suppress-sound", true}, {"x-vorn-vibrate", true}}},
+            {add({{n::progressMax, 4}, {n::progress, 1}}), {{"x-vorn-progress", 0.25}, {"value", 25}}},
+            {add({{n::progressMax, 1}, {n::progress, 1}}), {{"x-vorn-progress", 1.0}, {"value", 100}}},
+            {add({{n::progressMax, 2}, {n::progress, 3}}), {{"x-vorn-progress", 1.5}, {"value", 100}}},
+            {add({{n::progressMax, 2}, {n::progress, -1}}), {{"x-vorn-progress", -0.5}}},
+            {add({{n::progressMax, 0}, {n::progress, 1}}), {}},
+            {add({{n::progressMax, 2}, {n::progress, 1}, {n::indeterminate, true}}), {{"x-vorn-progress", -1}}},
+            {add({{n::ongoing, true}, {n::clearable, true}}), {{"resident", true}, {"x-vorn-user-removable", {}}}},
+            {add({{n::actions, list({{{a::title, "R"}, {a::freeInput, true}}, {{a::choices, list(Choices{"Y"})}}})}}),
+             {}},
+            {say(publish, message, {}), {}},
+            {say(publish, message, {{field::message::text, "T"}, {field::message::warning, true}}),
+             {{"appIcon", "icon-lock-warning"}, {"urgency", critical}, {"summary", "T"}}},
+            {say(install, installed, {{r::headline, "h"}, {r::installationDetail, "d"}, {r::appName, "X"}}),
+             {{"appName", "X"}, {"summary", "h: d"}, {"x-vorn-preview-summary", "h: d"}}},
+            {say(install, installed, {{r::headline, "h"}, {r::message, "m"}, {r::uninstallationDetail, "d"}}),
+             {{"summary", "h"}, {"x-vorn-preview-summary", "h"}}},
+            {say(uninstall, uninstalled, {{r::uninstallationDetail, "d"}, {r::code, 1}}),
+             {{"summary", ": d"}, {"x-vorn-preview-summary", ": d"}}},
+            {say(uninstall, uninstalled, {{r::message, "m"}, {r::code, 1LL << 32}, {r::installationDetail, "d"}}),
+             {{"body", "m"}, {"x-vorn-preview-body", "m"}}},
+            {optimise("Optimising", "1 of 2", 0.5),
+             {{"summary", "Optimising"}, {"body", "1 of 2"}, {"value", 50}, {"x-vorn-progress", 0.5}}},
+            {optimise("s", nullptr, -1), {{"summary", "s"}, {"x-vorn-progress", -1.0}}},
+        };
+        for (const auto &[deed, differences] : rows) {
+            World world;
+            deed.happen(world);
+            QCOMPARE(described(world.only()), described(with(with(bare, deed.look), differences)));
         }
-        QCOMPARE(world.desktop().size(), 6);
-    }
-
-    void update_data()
-    {
-        table({"first", "second", "logged"}, R"(
-            "title":"Tea" => "title":"Coffee" => summary "Coffee" "Tea"
-            "text":"one" => "text":"One" => body "One" "one"
-            "itemCount":1 => "itemCount":2 => itemCount 2 1
-            "importance":3 => "importance":4 => priority "100" "75"
-            "importance":0 => "importance":1 => priority "25" "0"
-            "actions":[{"title":"A"}] => "actions":[{"title":"A"},{"title":"B"}] => actions
-            "actions":[{"title":"A"},{"title":"B"}] => "actions":[{"title":"B"},{"title":"A"}] => actions
-            "actions":[{"title":"A","identifier":"1"}] => "actions":[{"title":"B","identifier":"1"}] => actions
-            "actions":[{"title":"A","identifier":"1"}] => "actions":[{"title":"A","identifier":"2"}] => actions
-            "title":"t","text":"x","itemCount":2,"actions":[{"title":"A"}] => the same
-            "title":"t","subText":"a","category":"msg","color":1 => "title":"t","subText":"b","appName":"b","color":2
-            "timestamp":1,"progressMax":9,"progress":1,"ongoing":true => "timestamp":2,"progressMax":9,"progress":2
-            "lowUrgency":true,"silent":true => "clearable":true,"package":"p","vibrate":true,"ledColor":1
-        )");
-    }
-    /// The desktop sees a second version if something visible changed, and in the place of the first.
-    void update()
-    {
-        QFETCH(QString, first);
-        QFETCH(QString, second);
-        QFETCH(QString, logged);
-        World world;
-        world.play(first.toUtf8());
-        world.log.clear();
-        world.play(second == "the same" ? first.toUtf8() : second.toUtf8());
-        QCOMPARE(world.only().id, 1U);
-        const QStringList unchanged = {"debug: Notification  1  ( \"k\" ) unchanged",
-                                       "debug: Not publishing unchanged notification  \"k\""};
-        QStringList changed = {"debug: " + logged, "debug: Notification  1  ( \"k\" ) was changed",
-                               "debug: Published notification  \"k\"  as  1  with importance " +
-                                   (second.startsWith("\"importance") ? second.right(1) : "0")};
-        changed.removeAll("debug: actions"); // of these, the log says nothing
-        QCOMPARE(world.log.filter(QRegularExpression("^debug: (?!notif colour)")),
-                 logged.isEmpty() ? unchanged : changed);
-        QCOMPARE(world.notifies, (logged.isEmpty() ? QList<bool>{false} : QList<bool>{false, true}));
     }
 
     void optimisation()
     {
         World world;
-        const auto show = [&world](const char *summary, const char *body, double progress, uint id) {
-            const QString look =
-                QString("appName=Orvix; appIcon=icon-s-android; summary=%1; body=%2; resident=bool true; "
-                        "x-vorn-progress=double %3; x-vorn-user-removable=bool false");
-            world.host->dexoptNotify(summary, body, progress);
-            QCOMPARE(world.seen(look), look.arg(summary, body).arg(progress));
-            QCOMPARE(world.only().id, id);
+        const auto shown = [&world](const char *summary) {
+            world.host->dexoptNotify(summary, "", 0);
+            return world.only()["id"].toUInt();
         };
-        world.host->dexoptNotify(nullptr, "nothing yet", 0);
-        show("Optimising", "1 of 2", 0.5, 1);
-        show("Still", nullptr, -7.25, 1);
-        world.host->dexoptNotify("", "", 1);
-        QVERIFY(world.desktop().isEmpty());
-        show("Again", "", 0.1, 2);
+        QCOMPARE(shown(nullptr), 0U);
+        QCOMPARE(shown("s"), 1U);
+        QCOMPARE(shown("again"), 1U);
+        QCOMPARE(shown(""), 0U);
+        QCOMPARE(shown("s"), 2U);
         world.host->clear();
-        QVERIFY(world.desktop().isEmpty());
-        show("Again", "", 0.1, 3);
+        QCOMPARE(shown("s"), 3U);
         world.unload();
         QVERIFY(world.desktop().isEmpty());
+    }
+
+    void iconFiles()
+    {
+        const QByteArray large(16 * 1024 * 1024, 'L');
+        for (const auto &[key, name] : std::initializer_list<std::pair<const char *, QString>>{
+                 {"k", "k"}, {"a|b/c\nd", "a_b_c_d"}, {"", ""}, {":../k", ":.._k"}, {"50% #1 é?", "50% #1 é?"}}) {
+            World world;
+            world.happened();
+            world.add(key, {{n::smallIcon, "s"}, {n::largeIcon, large}, {n::color, 1}, {n::clearable, true}});
+            const QString path = world.cachePath() + '/' + name;
+            QCOMPARE(world.happened().mid(0, 3), (QStringList{"debug: Small icon path:  \"" + path + ".png\"",
+                                                              "debug: Large icon path:  \"" + path + "_large.png\"",
+                                                              "debug: notif colour: 1 \"#000001\""}));
+            QVERIFY(contents(path + "_large.png") == large);
+            QCOMPARE(QUrl(world.only()["appIcon"].toString(), QUrl::StrictMode).toLocalFile(), path + ".png");
+            QCOMPARE(QUrl(world.only()["image-path"].toString(), QUrl::StrictMode).toLocalFile(), path + "_large.png");
+            world.add(key, {{n::smallIcon, "new"}}); // unchanged otherwise
+            QCOMPARE(contents(path + ".png"), "new");
+            world.onServer([](Server &server) { server.Dismiss(1); });
+            QCOMPARE(world.cacheFiles().isEmpty(), *key != 0); // without a key, nobody knows whose they are
+        }
+    }
+
+    void remoteActions()
+    {
+        World world("[Notifications]\nNotifActionInput = true\n");
+        world.add("k",
+                  {{n::actions,
+                    list({{{a::title, "default"}, {a::identifier, "9"}},
+                          {{a::title, "Reply"}, {a::identifier, "1"}, {a::inputLabel, "Message"}, {a::freeInput, true}},
+                          {{a::title, "Answer"}, {a::identifier, "2|x"}, {a::choices, list(Choices{"Yes", "No"})}},
+                          {{a::identifier, "3"}}})}});
+        const auto call = [](const char *name, const char *title, const char *method) {
+            return Notification::remoteAction(name, title, "com.velmo.lumd", "/com/velmo/lumd", "com.velmo.lumd",
+                                              method, {"k", title});
+        };
+        const char *const answer = "notificationActionInvokeInput";
+        const QVariantList calls = {
+            call("default", "default", "notificationActionInvoke"),
+            Notification::actionSetInputFormat(call("Reply|1", "Reply", answer), "Message", true, {}),
+            Notification::actionSetInputFormat(call("Answer|2|x", "Answer", answer), "", false, {"Yes", "No"}),
+            call("|3", "", "notificationActionInvoke")};
+        const QVariantList shown = world.only()["x-vorn-remote-actions"].toList();
+        QCOMPARE(QJsonArray::fromVariantList(shown), QJsonArray::fromVariantList(calls));
+    }
+
+    /// Only what can be seen makes a difference, and the new version takes the place of the old one.
+    void updates()
+    {
+        World world;
+        const auto update = [&world](const Fields &fields) {
+            world.happened();
+            world.add("k", fields);
+            return world.happened().join('\n');
+        };
+        const QString changed = "debug: Notification  1  ( \"k\" ) was changed\n"
+                                "debug: Published notification  \"k\"  as  1  with importance %1\nreplaced 1";
+        const QString unchanged = "debug: Notification  1  ( \"k\" ) unchanged\n"
+                                  "debug: Not publishing unchanged notification  \"k\"";
+        update({});
+        QCOMPARE(update({{n::title, "A"}}), "debug: summary \"A\" \"\"\n" + changed.arg(0));
+        Fields fields = {{n::title, "A"}, {n::text, "B"}, {n::itemCount, 2}, {n::importance, 3}};
+        QCOMPARE(update(fields),
+                 "debug: body \"B\" \"\"\ndebug: itemCount 2 0\ndebug: priority \"75\" \"0\"\n" + changed.arg(3));
+        fields.emplace_back(n::actions, list({{{a::title, "C"}}}));
+        QCOMPARE(update(fields), changed.arg(3));
+        for (const uint32_t id : {n::appName, n::subText, n::packageName, n::category, n::color, n::timestamp,
+                                  n::ongoing, n::progressMax, n::silent, n::vibrate, n::clearable, n::lowUrgency}) {
+            fields.emplace_back(id, "1");
+        }
+        QCOMPARE(update(fields), "debug: notif colour: 1 \"#000001\"\n" + unchanged);
+        fields.emplace_back(n::itemCount, 3);
+        QCOMPARE(update(fields).section('\n', 1, 1), "debug: itemCount 3 2");
     }
 };
 

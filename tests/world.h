@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "plugin/fields.h"
 #include "standins/config-parser/configparser.h"
 #include "standins/lumd/host.h"
-#include "standins/protocol/desktopnotification.h"
 #include "standins/server/server.h"
+#include "tools/harness/loadedplugin.h"
+#include "tools/harness/settle.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
@@ -13,60 +15,86 @@
 
 #include <functional>
 
+/// A host record's fields. What holds bytes takes texts; an action list takes `list`, a choice list `Choices`.
+using Fields = std::vector<std::pair<uint32_t, QVariant>>;
+using Choices = std::vector<std::string>;
+Q_DECLARE_METATYPE(Fields)
+Q_DECLARE_METATYPE(Choices)
+inline QVariant list(const std::vector<Fields> &actions) { return QVariant::fromValue(actions); }
+inline QVariant list(const Choices &choices) { return QVariant::fromValue(choices); }
+lumd::Record record(uint32_t type, const Fields &fields);
+
 /// What a test starts from: a host with the real plug-in loaded, and a real notification server in a thread of
 /// its own at the other end of a real peer connection. Everything is private to the test and ends with it;
 /// misuse of host records and leaked records fail the test. The server's identifiers begin with 1.
-class World : public QObject
+class World
 {
-    Q_OBJECT
-
 public:
-    /// `config` is INI text; `address`, if any, stands in the environment instead of the server's.
+    /// `config` is INI text, empty for a host without a configuration; `address`, if not null, stands in the
+    /// environment instead of the server's.
     explicit World(const std::string &config = {}, const char *address = nullptr);
-    ~World() override;
-    void load();
-    void unload();
+    ~World();
+    void load() { QCOMPARE(m_plugin.load(*host), 0); }
+    void unload() { m_plugin.unload(); }
 
-    /// The host does what the members of a script's line say: it adds, under the key "k", unless they differ.
-    void play(const QByteArray &members);
-    /// The host adds a notification that the user may dismiss; the texts are bytes as they are.
-    void add(const std::string &key, const char *title, const QByteArray &small, const QByteArray &large) const;
-    /// Returns when all that was sent has arrived and all that has arrived is handled; timers do not fire.
-    void settle();
-    /// What is on the desktop now.
-    DesktopNotificationList desktop();
-    DesktopNotification only();
-    /// How the properties that `like` names are in the only notification; hints other than texts come with their
-    /// type, "!" is for missing, "\n" for a line's end: "summary=Hello; urgency=uchar 1; !category".
-    QString seen(const QString &like);
-    /// Runs `work` on the server's thread.
-    void onServer(const std::function<void(Server &)> &work);
-    void stopServer()
+    /// The host adds a notification.
+    void add(const QByteArray &key, Fields fields = {}) const
     {
-        m_thread.quit();
-        m_thread.wait();
+        fields.emplace_back(field::notification::key, key);
+        host->add(record(lumd::notificationRecord, fields).get());
     }
+    /// Runs `work` on the server's thread, and settles.
+    void onServer(const std::function<void(Server &)> &work)
+    {
+        const auto run = [&] { work(*m_server); };
+        QMetaObject::invokeMethod(m_server, run, Qt::BlockingQueuedConnection);
+        settle();
+    }
+    /// Returns when all that was sent has arrived and all that has arrived is handled; timers do not fire.
+    void settle() { ::settle(QDBusConnection("peerconnection")); }
+
+    /// What has happened since the last call: what the plug-in logged ("warning: text"), what the host was told ("told:
+    /// removed KEY", "told: action KEY TITLE|IDENTIFIER"), and what the server showed ("shown ID", "replaced ID").
+    QStringList happened()
+    {
+        settle();
+        return std::exchange(events, {});
+    }
+    /// What is on the desktop now.
+    DesktopNotificationList desktop()
+    {
+        DesktopNotificationList list;
+        settle();
+        onServer([&list](const Server &server) { list = server.List(); });
+        return list;
+    }
+    /// The properties of the only notification, by their names on the bus.
+    QVariantMap only();
 
     QString cachePath() const { return m_directory.path() + "/lumd/notif"; }
-    QStringList cacheFiles() const;
+    QStringList cacheFiles() const { return QDir(cachePath()).entryList(QDir::Files | QDir::Hidden); }
 
     std::unique_ptr<lumd::Host> host;
-    QList<bool> notifies;          ///< for every `Notify` that the server received, whether it replaced
-    QStringList told;              ///< what the host was told: "removed KEY", "action KEY TITLE|IDENTIFIER"
-    inline static QStringList log; ///< what the plug-in logged: "warning: text"
+    inline static QStringList events; ///< see `happened`
 
 private:
     const QByteArray m_oldTmpdir = qgetenv("TMPDIR");
     const QTemporaryDir m_directory;
     QThread m_thread;
-    Server *m_server;
-    QMap<uint, DesktopNotification> m_desktop;
+    Server *const m_server = new Server;
     const lumd::Config m_config;
-    lu_plugin_context m_context = {};
+    LoadedPlugin m_plugin{KAVREL_PLUGIN};
 };
 
-/// The plug-in's exported descriptor.
-lu_plugin_def *pluginDefinition();
-/// Test data: columns of texts, and rows, a line each unless it goes on before an arrow: "first => second".
-void table(std::initializer_list<const char *> columns, const char *rows);
+/// Properties with their types, one a line.
+QStringList described(const QVariantMap &properties);
 QString contents(const QString &path);
+
+/// Names the test's rows, structures that begin with a name; `row` is their number.
+template <typename Row, size_t Count> void nameRows(const Row (&rows)[Count])
+{
+    QTest::addColumn<size_t>("row");
+    for (size_t i = 0; i < Count; ++i) {
+        QTest::newRow(rows[i].name) << i;
+    }
+}

@@ -19,9 +19,6 @@ namespace
 
 boost::optional<std::string> find(const lu_config_parser *parser, const char *section, const char *key)
 try {
-    if (!parser || !section || !key) {
-        return boost::none;
-    }
     // Names may hold dots, a path's usual separator, but no line ends.
     return parser->sections.get_optional<std::string>({std::string(section) + '\n' + key, '\n'});
 } catch (const std::exception &) {

@@ -40,6 +40,8 @@ LU_EXPORT void setBytes(lu_field *record, uint32_t id, const void *data, size_t 
 LU_EXPORT void setRecords(lu_field *record, uint32_t id, std::vector<Record> records);
 LU_EXPORT void setStrings(lu_field *record, uint32_t id, std::vector<std::string> strings);
 
+LU_EXPORT uint32_t recordType(const lu_field *record);
+
 /// Misuse of records found so far, one sentence each: a record released twice, or read with a function that
 /// does not fit the identifier's type code. Taking them empties the list.
 LU_EXPORT std::vector<std::string> takeFindings();

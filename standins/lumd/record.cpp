@@ -20,6 +20,7 @@ using List = std::unique_ptr<lu_list>;
 using Bytes = std::vector<uint8_t>;
 
 struct lu_field {
+    const uint32_t type;
     std::unordered_map<uint32_t, std::variant<std::string, int64_t, bool, Bytes, List>> fields;
 };
 
@@ -109,15 +110,17 @@ void setStrings(lu_field *record, uint32_t id, std::vector<std::string> strings)
     set(record, id, std::move(list), __func__);
 }
 
+uint32_t recordType(const lu_field *record) { return record->type; }
+
 std::vector<std::string> takeFindings() { return std::exchange(findings, {}); }
 
 size_t liveRecords() { return live.size(); }
 
 } // namespace lumd
 
-lu_field *lu_field_new(uint32_t /*record_type*/)
+lu_field *lu_field_new(uint32_t record_type)
 {
-    auto *const record = new lu_field;
+    auto *const record = new lu_field{record_type, {}};
     live.insert(record);
     return record;
 }
@@ -173,22 +176,18 @@ lu_list *lu_field_get_list(lu_field *record, uint32_t id)
     return value ? value->get() : nullptr;
 }
 
-uint32_t lu_list_size(lu_list *list) { return list ? static_cast<uint32_t>(list->elements.size()) : 0; }
+uint32_t lu_list_size(lu_list *list) { return static_cast<uint32_t>(list->elements.size()); }
 
 void *lu_list_foreach_start(lu_list *list)
 {
-    if (list) {
-        list->cursor = 0;
-    }
-    return list ? list->current() : nullptr;
+    list->cursor = 0;
+    return list->current();
 }
 
 void *lu_list_foreach_next(lu_list *list)
 {
-    if (list) {
-        ++list->cursor;
-    }
-    return list ? list->current() : nullptr;
+    ++list->cursor;
+    return list->current();
 }
 
-int lu_list_foreach_end(lu_list *list) { return !list || list->cursor >= list->elements.size() ? 1 : 0; }
+int lu_list_foreach_end(lu_list *list) { return list->cursor >= list->elements.size() ? 1 : 0; }

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: MIT
+#include "tests/world.h"
+#include "translation/iconcache.h"
+
+#include <QtCore/QScopeGuard>
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+namespace n = field::notification;
+
+namespace
+{
+
+constexpr uid_t nobody = 65534;
+
+/// Something that somebody puts into the file system.
+struct Entry {
+    fs::file_type type;
+    mode_t mode = 0755;
+    uid_t owner = 0;
+
+    /// A link leads to `target`.
+    void put(const fs::path &path, const fs::path &target) const
+    {
+        if (type == fs::file_type::none) {
+            return;
+        }
+        fs::remove_all(path);
+        if (type == fs::file_type::symlink) {
+            return fs::create_symlink(target, path);
+        }
+        type == fs::file_type::directory ? void(fs::create_directory(path)) : void(std::ofstream(path));
+        QVERIFY(chmod(path.c_str(), mode) == 0 && (owner == 0 || chown(path.c_str(), owner, owner) == 0));
+    }
+};
+constexpr Entry same{fs::file_type::none};
+constexpr Entry file{fs::file_type::regular, 0666};
+constexpr Entry link{fs::file_type::symlink};
+constexpr Entry folder{fs::file_type::directory};
+constexpr Entry openFolder{fs::file_type::directory, 0777};
+constexpr Entry lockedFolder{fs::file_type::directory, 0555};
+constexpr Entry nobodys{fs::file_type::directory, 0777, nobody};
+constexpr Entry daemons{fs::file_type::directory, 0777, 1};
+
+enum When { Before, Later }; ///< the plug-in is loaded
+enum Icons { Cached, NotCached };
+
+/// What becomes of the folder "lumd", of the icon cache in it and of an icon's file in that, and what comes of it.
+struct CacheFault {
+    const char *name;
+    When when;
+    Entry lumd, cache, icon;
+    Icons icons;
+    QString log = {};
+    int mode = 0711; ///< of the folder, if icons are cached
+    uid_t user = 0;
+    rlim_t room = RLIM_INFINITY;
+};
+
+const QString uncleared = "debug: Cannot clear icon cache dir at \"%1\"";
+const QString uncreated = "critical: Cannot create icon cache dir at \"%1\"";
+const QString unsaved = "warning: Couldn't save small icon for \"k\"; "
+                        "critical: Couldn't save large icon for \"k\" \"p\" \"t\"";
+
+const CacheFault cacheFaults[] = {
+    {"none", Before, same, same, same, Cached},
+    {"open to all", Before, openFolder, openFolder, file, Cached, {}, 0775},
+    {"its parent open to all", Before, openFolder, same, same, Cached, {}, 0775},
+    {"an icon open to all", Later, same, same, file, Cached},
+    {"removed", Later, lockedFolder, same, same, NotCached},
+    {"a file in its place", Before, folder, file, same, NotCached, uncreated},
+    {"a file in its parent's place", Before, file, same, same, NotCached, uncreated},
+    {"a link in its place", Before, folder, link, same, Cached, {}, 0755},
+    {"a link in its place later", Later, same, link, same, NotCached},
+    {"a link in its parent's place", Before, link, same, same, NotCached, uncleared},
+    {"a link in its parent's place later", Later, link, same, same, NotCached},
+    {"a link within", Before, folder, folder, link, Cached, {}, 0755},
+    {"a link in the icon's place", Later, same, same, link, Cached},
+    {"disk full", Later, same, same, same, NotCached, unsaved, 0, 0, 0},
+    {"another user's parent", Before, nobodys, link, same, NotCached, uncleared},
+    {"another user's", Before, folder, nobodys, same, NotCached, uncleared},
+    {"of a user", Before, same, same, same, Cached, {}, 0711, nobody},
+    {"of a user, read-only", Later, lockedFolder, lockedFolder, same, NotCached, {}, 0, nobody},
+    {"of a user, in root's", Before, folder, nobodys, same, Cached, uncleared, 0755, nobody},
+    {"of a user, in another's", Before, daemons, nobodys, same, NotCached, uncleared, 0, nobody},
+};
+
+} // namespace
+
+/// Whatever goes wrong, the host goes on, and notifications appear that can.
+class FaultsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void iconCache_data() { nameRows(cacheFaults); }
+    void iconCache()
+    {
+        QFETCH(size_t, row);
+        const CacheFault &fault = cacheFaults[row];
+        if (geteuid() != 0 && (fault.user + fault.lumd.owner + fault.cache.owner) != 0) {
+            QSKIP("only root can be another user");
+        }
+        umask(0);
+        std::signal(SIGXFSZ, SIG_IGN);
+        QVERIFY(fault.user == 0 || seteuid(fault.user) == 0);
+        World world;
+        const auto asBefore = qScopeGuard([] { static_cast<void>(seteuid(0)); });
+        const fs::path cache = world.cachePath().toStdString();
+        const fs::path others = cache.parent_path().parent_path() / "others";
+        fs::create_directories(others / "notif");
+        std::ofstream(others / "notif" / "k.png") << "precious";
+        const auto arrange = [&](When when) {
+            if (when == fault.when) {
+                QVERIFY(fault.user == 0 || seteuid(0) == 0);
+                fault.lumd.put(cache.parent_path(), others);
+                fault.cache.put(cache, others / "notif");
+                fault.icon.put(cache / "k.png", others / "notif" / "k.png");
+                QVERIFY(fault.user == 0 || seteuid(fault.user) == 0);
+            }
+        };
+        world.unload();
+        fs::remove_all(cache.parent_path());
+        arrange(Before);
+        world.happened();
+        world.load();
+        arrange(Later);
+        const rlimit room = {fault.room, RLIM_INFINITY};
+        const rlimit anyRoom = {RLIM_INFINITY, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &room);
+        world.add(
+            "k",
+            {{n::smallIcon, "i"}, {n::largeIcon, "I"}, {n::clearable, true}, {n::packageName, "p"}, {n::title, "t"}});
+        setrlimit(RLIMIT_FSIZE, &anyRoom);
+        const QStringList complaints = world.happened().filter(QRegularExpression("^(warning|critical)|Cannot"));
+        QCOMPARE(complaints.join("; "), QString(fault.log).replace("%1", world.cachePath()));
+        const bool cached = fault.icons == Cached;
+        QCOMPARE(!world.only()["appIcon"].toString().isEmpty(), cached);
+        QCOMPARE(world.only().contains("image-path"), cached);
+        if (cached) {
+            const auto mode = [](const fs::path &path) {
+                return static_cast<int>(fs::symlink_status(path).permissions());
+            };
+            QCOMPARE(contents(world.cachePath() + "/k.png"), "i");
+            QCOMPARE((QList<int>{mode(cache.parent_path()), mode(cache), mode(cache / "k.png")}),
+                     (QList<int>{fault.mode, 0700, 0600}));
+        }
+        world.onServer([](Server &server) { server.Dismiss(1); });
+        QVERIFY(!cached || !fs::exists(cache / "k.png"));
+        world.unload();
+        QCOMPARE(contents(QString::fromStdString(others / "notif/k.png")), "precious");
+    }
+
+    void staleTemporaryDirectory()
+    {
+        World world;
+        world.unload();
+        const QByteArray directory = qgetenv("TMPDIR");
+        qputenv("TMPDIR", "/nonexistent");
+        static_cast<void>(seteuid(nobody)); // root could create the cache in the root directory
+        world.load();
+        world.add("k", {{n::smallIcon, "i"}});
+        static_cast<void>(seteuid(0));
+        qputenv("TMPDIR", directory);
+        QCOMPARE(world.only()["appIcon"], "");
+        QVERIFY(world.happened().contains("critical: Cannot create icon cache dir at \"/lumd/notif\""));
+    }
+
+    void clearedByManyAtOnce()
+    {
+        const QTemporaryDir directory;
+        std::vector<std::future<bool>> runs(12);
+        for (std::future<bool> &run : runs) {
+            run = std::async(std::launch::async, [&directory] {
+                bool created = true;
+                QDir cache(directory.filePath("lumd/notif"));
+                for (int i = 0; i < 200; ++i) {
+                    removeIconCache(cache);
+                    created = created && (cache.exists() || createIconCache(cache));
+                }
+                return created;
+            });
+        }
+        QVERIFY(std::all_of(runs.begin(), runs.end(), [](std::future<bool> &run) { return run.get(); }));
+    }
+
+    void nothingButNull()
+    {
+        World world;
+        world.host->remove(nullptr);
+        world.host->dexoptNotify(nullptr, nullptr, std::nan(""));
+        for (const auto call : {&lumd::Host::add, &lumd::Host::publish, &lumd::Host::installationResult,
+                                &lumd::Host::uninstallationResult}) {
+            (world.host.get()->*call)(nullptr);
+        }
+        QCOMPARE(world.desktop().size(), 4);
+    }
+
+    void tooLarge()
+    {
+        World world;
+        world.add(QByteArray(300, 'k'), {{n::smallIcon, "i"}, {n::largeIcon, "I"}}); // for the file system
+        QCOMPARE(world.only()["appIcon"], "");
+        QVERIFY(!world.only().contains("image-path"));
+        const std::vector<Fields> actions(10000, {{field::action::title, "t"}});
+        world.add("k", {{n::text, QByteArray(20000, 'x')}, {n::actions, list(actions)}});
+        QCOMPARE(world.desktop().value(1).actions.size(), 20000);
+        world.add(QByteArray(20000, 'x'), {{n::actions, list(actions)}}); // for a D-Bus message
+        QCOMPARE(world.desktop().size(), 2);
+        world.host->clear();
+        QVERIFY(world.desktop().isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(FaultsTest)
+#include "tst_faults.moc"
