@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/foreign.h"
 
+#include "standins/notifications/include/notification.h"
 #include "standins/protocol/hints.h"
 
 #include <algorithm>
@@ -166,17 +167,21 @@ void adaptToForeign(DesktopNotification &wire, const NotificationContent &conten
     }
 }
 
-std::optional<Invocation> invoked(const QVariantList &remoteActions, const ServerCapabilities &server,
-                                  const QString &signal, const QString &argument)
+void invokeForeign(Notification *notification, const QDBusMessage &signal, const ServerCapabilities &server,
+                   const QDBusConnection &connection)
 {
-    const bool typed = signal == QLatin1String("NotificationReplied");
-    if (!typed && (signal != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
-        return std::nullopt;
+    const QString argument = signal.arguments().value(1).toString();
+    const bool typed = signal.member() == QLatin1String("NotificationReplied");
+    if (!typed && (signal.member() != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
+        return;
     }
-    for (const Button &button : buttons(remoteActions, server.inlineReply)) {
+    for (const Button &button : buttons(notification->remoteActions(), server.inlineReply)) {
         if (button.key == (typed ? inlineReplyKey() : argument)) {
-            return Invocation{button.action, typed ? argument : button.answer, typed || !button.answer.isEmpty()};
+            const QString answer = typed ? argument : button.answer;
+            connection.send(
+                remoteActionCall(button.action, typed || !answer.isEmpty() ? &answer : nullptr, connection));
+            Q_EMIT notification->actionInvoked(text(button.action, "name"));
+            return;
         }
     }
-    return std::nullopt;
 }

@@ -5,11 +5,49 @@
 
 #include <utility>
 
-PublicationPtr Identifiers::former(uint id, const NotificationContent &content)
+PublicationPtr Identifiers::claim(NotificationPrivate &notification)
 {
-    const auto key = content.hints.constFind(protocol::hint::originKey());
-    const bool hasKey = key != content.hints.constEnd(); // and be it an empty one
-    return id != 0 ? find(id) : hasKey ? m_orphans.take(key->toString()) : nullptr;
+    if (notification.publication && notification.publication->state() != Publication::State::Gone) {
+        return notification.publication;
+    }
+    const uint id = std::exchange(notification.id, 0);
+    const auto key = notification.hints.constFind(protocol::hint::originKey());
+    const bool hasKey = key != notification.hints.constEnd(); // and be it an empty one
+    notification.publication = id != 0 ? find(id) : hasKey ? m_orphans.take(key->toString()) : nullptr;
+    if (!notification.publication) {
+        notification.publication = std::make_shared<Publication>(notification);
+        id != 0 ? void(notification.publication->identified(id)) : void();
+    }
+    return notification.publication;
+}
+
+std::vector<std::pair<uint, PublicationPtr>> Identifiers::shown(const std::optional<NotificationKeys> &held) const
+{
+    std::vector<std::pair<uint, PublicationPtr>> all;
+    for (const uint id : held ? held->keys() : m_identified.keys()) {
+        const PublicationPtr publication = find(id);
+        if (!publication || publication->state() != Publication::State::Left) {
+            all.emplace_back(id, publication);
+        }
+    }
+    for (const PublicationPtr &publication : m_unidentified) {
+        if (publication->isUnanswered() || publication->hasContent()) {
+            all.emplace_back(0, publication);
+        }
+    }
+    return all;
+}
+
+std::vector<PublicationPtr> Identifiers::remembered(const NotificationKeys &held) const
+{
+    std::vector<PublicationPtr> all;
+    for (const PublicationPtr &publication : m_unidentified) {
+        const auto entry = held.constFind(publication->formerId());
+        if (entry != held.constEnd() && *entry == publication->key()) {
+            all.push_back(publication);
+        }
+    }
+    return all;
 }
 
 void Identifiers::file(const PublicationPtr &publication, uint formerId)

@@ -31,6 +31,16 @@ Publication::Order Publication::publish(const NotificationContent &content)
     return isUnanswered() ? Order::Nothing : Order::Send;
 }
 
+void Publication::publishAgain(const NotificationContent &content)
+{
+    if (!m_content) {
+        m_content = content;
+        if (m_formerId != 0) {
+            m_content->hints.insert(protocol::hint::suppressSound(), true);
+        }
+    }
+}
+
 NotificationContent Publication::takeContent()
 {
     NotificationContent content = std::move(m_content).value_or(NotificationContent());

@@ -59,6 +59,8 @@ public:
     }
 
     Order publish(const NotificationContent &content);
+    /// What a server has lost, or none has seen yet: again, without the sound that it has made.
+    void publishAgain(const NotificationContent &content);
     NotificationContent takeContent();
     /// Returns the number of this sending.
     int sent();

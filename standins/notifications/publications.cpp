@@ -10,7 +10,6 @@
 #include <QtCore/QPointer>
 #include <QtDBus/QDBusPendingReply>
 
-#include <algorithm>
 #include <utility>
 
 Q_LOGGING_CATEGORY(vorn, "vorn.notifications", QtWarningMsg)
@@ -22,20 +21,16 @@ namespace
 constexpr int maximumUnanswered = 1000;
 constexpr uint expired = 1; ///< reason of closing
 
-Publications *thePublications = nullptr;
-
 } // namespace
 
 Publications &Publications::instance()
 {
-    if (!thePublications) {
-        thePublications = new Publications;
-        qAddPostRoutine([] { delete std::exchange(thePublications, nullptr); });
+    if (!theOnes) {
+        theOnes = new Publications;
+        qAddPostRoutine([] { delete std::exchange(theOnes, nullptr); });
     }
-    return *thePublications;
+    return *theOnes;
 }
-
-Publications *Publications::existing() { return thePublications; }
 
 Publications::Publications()
 {
@@ -49,8 +44,6 @@ Publications::Publications()
         }
     });
 }
-
-Publications::~Publications() = default;
 
 bool Publications::use(const QDBusConnection &connection)
 {
@@ -68,7 +61,7 @@ bool Publications::use(const QDBusConnection &connection)
 
 void Publications::publish(Notification *notification)
 {
-    const PublicationPtr publication = publicationOf(notification);
+    const PublicationPtr publication = m_identifiers.claim(*notification->d);
     const bool open = m_connection.isOpen();
     const bool known = open && m_connection.knowServer();
     publication->notification = notification;
@@ -85,25 +78,6 @@ void Publications::publish(Notification *notification)
         return; // it goes out once the server is known
     }
     send(publication, true);
-}
-
-/// The record of what `notification` replaces, or a new one.
-PublicationPtr Publications::publicationOf(Notification *notification)
-{
-    NotificationPrivate &content = *notification->d;
-    if (content.publication && content.publication->state() != State::Gone) {
-        return content.publication;
-    }
-    PublicationPtr publication = m_identifiers.former(content.id, content);
-    if (!publication) {
-        publication = std::make_shared<Publication>(content);
-        if (content.id != 0) {
-            publication->identified(content.id);
-        }
-    }
-    content.publication = publication;
-    content.id = 0;
-    return publication;
 }
 
 void Publications::send(const PublicationPtr &publication, bool mayWait)
@@ -123,28 +97,25 @@ void Publications::send(const PublicationPtr &publication, bool mayWait)
     if (id != 0 && !publication->awaits(sending)) {
         // The answer overtook the signals that came before it; they are in the event loop's queue.
         publication->readAhead(sending);
-        QMetaObject::invokeMethod(
-            this, [publication, sending] { publication->caughtUp(sending); }, Qt::QueuedConnection);
+        const auto catchUp = [publication, sending] { publication->caughtUp(sending); };
+        QMetaObject::invokeMethod(this, catchUp, Qt::QueuedConnection);
     }
 }
 
 void Publications::take(const PublicationPtr &publication, int sending, const QDBusPendingCall &answer)
 {
+    const QDBusPendingReply<uint> reply = answer;
+    const uint id = reply.isError() ? 0 : reply.value();
     if (!publication->awaits(sending)) {
         return;
     }
-    const QDBusPendingReply<uint> reply = answer;
-    const uint id = reply.isError() ? 0 : reply.value();
     if (m_connection.isFromAnother(answer)) {
         // It was to replace what the server before had. Once the new one is known, it goes out anew.
         m_connection.closeNotification(id);
-        m_connection.learn();
-        return;
+        return m_connection.learn();
     }
     if (id == 0) {
-        qCWarning(vorn) << "Notification not shown:"
-                        << (reply.isError() ? reply.error().message()
-                                            : QStringLiteral("the server gave no identifier"));
+        qCWarning(vorn) << "Notification not shown, no identifier was given:" << reply.error().message();
     }
     report(publication, [id](Publication &p) { return id == 0 ? p.refused() : p.identified(id); });
 }
@@ -154,20 +125,12 @@ void Publications::report(const PublicationPtr &publication, const std::function
     const uint formerId = publication->id();
     const Order order = event(*publication);
     m_identifiers.file(publication, formerId);
-    switch (order) {
-    case Order::Nothing:
-        break;
-    case Order::Send:
-        if (m_connection.isKnown()) {
-            send(publication, false);
-        }
-        break;
-    case Order::Close:
+    if (order == Order::Send && m_connection.isKnown()) {
+        send(publication, false);
+    } else if (order == Order::Close) {
         m_connection.closeNotification(publication->id());
-        break;
-    case Order::Tell:
+    } else if (order == Order::Tell) {
         tellClosed(publication);
-        break;
     }
 }
 
@@ -185,16 +148,14 @@ void Publications::tellClosed(const PublicationPtr &publication)
 void Publications::close(Notification *notification)
 {
     const PublicationPtr publication = notification->d->publication;
-    if (publication) {
-        if (publication->state() != State::Unsent) {
-            report(publication, &Publication::close);
-            return;
-        }
+    if (publication && publication->state() == State::Unsent) {
         publication->close();
         m_identifiers.file(publication, 0);
         // Later, as if a server had reported it: whoever asks does not expect to be told before this returns.
-        QMetaObject::invokeMethod(
-            this, [publication] { tellClosed(publication); }, Qt::QueuedConnection);
+        const auto tell = [publication] { tellClosed(publication); };
+        QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+    } else if (publication) {
+        report(publication, &Publication::close);
     } else if (notification->d->id != 0 && m_connection.isOpen()) {
         m_connection.closeNotification(notification->d->id);
     }
@@ -203,23 +164,10 @@ void Publications::close(Notification *notification)
 QList<Notification *> Publications::held()
 {
     QList<Notification *> notifications;
-    const auto append = [&notifications](uint id, const PublicationPtr &publication) {
+    for (const auto &[id, publication] : m_identifiers.shown(m_connection.held())) {
         notifications.append(new Notification);
         notifications.last()->d->id = id;
         notifications.last()->d->publication = publication;
-    };
-    const std::optional<NotificationKeys> held = m_connection.held();
-    const QList<uint> ids = held ? held->keys() : m_identifiers.identified().keys();
-    for (const uint id : ids) {
-        const PublicationPtr publication = m_identifiers.find(id);
-        if (!publication || publication->state() != State::Left) {
-            append(id, publication);
-        }
-    }
-    for (const PublicationPtr &publication : m_identifiers.unidentified()) {
-        if (publication->isUnanswered() || publication->hasContent()) {
-            append(0, publication);
-        }
     }
     return notifications;
 }
@@ -237,41 +185,23 @@ void Publications::forget(Notification *notification)
 void Publications::onKnown(const NotificationKeys &held, bool late)
 {
     const Identifiers::Set waiting = m_identifiers.unidentified();
-    adopt(waiting, held, late);
-    for (const PublicationPtr &publication : waiting) {
-        const bool wasShown = publication->formerId() != 0;
-        publication->forgetFormerId();
-        const Notification *const notification = publication->notification;
-        if (publication->state() == State::Unsent && !publication->hasContent() && notification) {
-            // The server has lost it, or there was none: again, without the sound that it has made.
-            NotificationContent content = static_cast<const NotificationContent &>(*notification->d);
-            if (wasShown) {
-                content.hints.insert(protocol::hint::suppressSound(), true);
-            }
-            publication->publish(content);
+    for (const PublicationPtr &publication : m_identifiers.remembered(held)) {
+        report(publication, &Publication::confirmed);
+    }
+    for (auto entry = held.cbegin(); late && entry != held.cend(); ++entry) {
+        if (!m_identifiers.find(entry.key())) {
+            m_connection.closeNotification(entry.key()); // nobody else could, any more
         }
+    }
+    for (const PublicationPtr &publication : waiting) {
+        if (publication->state() == State::Unsent && publication->notification) {
+            publication->publishAgain(*publication->notification->d);
+        }
+        publication->forgetFormerId();
         if (publication->state() == State::Unsent && publication->hasContent()) {
             send(publication, false);
         } else {
             m_identifiers.file(publication, publication->id());
-        }
-    }
-}
-
-/// Takes what the server remembers for what the server before has shown, if the key agrees too: another's identifiers
-/// may be the same. With `late`, nobody else can close what is left over.
-void Publications::adopt(const Identifiers::Set &waiting, const NotificationKeys &held, bool late)
-{
-    QHash<uint, PublicationPtr> former;
-    for (const PublicationPtr &publication : waiting) {
-        former.insert(publication->formerId(), publication);
-    }
-    for (auto entry = held.cbegin(); entry != held.cend(); ++entry) {
-        const PublicationPtr publication = former.value(entry.key());
-        if (publication && publication->key() == entry.value()) {
-            report(publication, &Publication::confirmed);
-        } else if (late && !m_identifiers.find(entry.key())) {
-            m_connection.closeNotification(entry.key());
         }
     }
 }
@@ -315,14 +245,6 @@ void Publications::onSignal(const QDBusMessage &signal)
     } else if (notification && server.ours && signal.member() == QLatin1String("ActionInvoked")) {
         Q_EMIT notification->actionInvoked(arguments.at(1).toString());
     } else if (notification && !server.ours) {
-        // Does what our server does when the user invokes an action, and other servers know nothing of.
-        const std::optional<Invocation> invocation =
-            invoked(notification->d->remoteActions, server, signal.member(), arguments.at(1).toString());
-        if (invocation) {
-            const QDBusConnection &connection = m_connection.connection();
-            connection.send(remoteActionCall(invocation->action, invocation->hasAnswer ? &invocation->answer : nullptr,
-                                             connection));
-            Q_EMIT notification->actionInvoked(invocation->action.value(QStringLiteral("name")).toString());
-        }
+        invokeForeign(notification, signal, server, m_connection.connection());
     }
 }

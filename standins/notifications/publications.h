@@ -18,9 +18,7 @@ public:
     /// Created on first use.
     static Publications &instance();
     /// Null while there are none.
-    static Publications *existing();
-
-    ~Publications() override;
+    static Publications *existing() { return theOnes; }
 
     bool use(const QDBusConnection &connection);
     void publish(Notification *notification);
@@ -36,17 +34,16 @@ private:
     using Order = Publication::Order;
 
     Publications();
-    PublicationPtr publicationOf(Notification *notification);
     void send(const PublicationPtr &publication, bool mayWait);
     void take(const PublicationPtr &publication, int sending, const QDBusPendingCall &answer);
     void report(const PublicationPtr &publication, const std::function<Order(Publication &)> &event);
     static void tellClosed(const PublicationPtr &publication);
     void onSignal(const QDBusMessage &signal);
     void onKnown(const NotificationKeys &held, bool late);
-    void adopt(const Identifiers::Set &waiting, const NotificationKeys &held, bool late);
     void onMissing();
     void onLost();
 
+    inline static Publications *theOnes = nullptr;
     NotificationConnection m_connection;
     Identifiers m_identifiers;
 };
