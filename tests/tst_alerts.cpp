@@ -41,11 +41,11 @@ QString out() { return contents(qgetenv("TMPDIR") + "/out"); }
 } // namespace
 
 // Qt calls these two in place of the C library's.
-extern "C" Q_DECL_EXPORT long systemCall(long number, long a, long b, long c, long d, long e, long f) asm("syscall");
-long systemCall(long number, long a, long b, long c, long d, long e, long f)
+extern "C" Q_DECL_EXPORT long systemCall(long number, long a, long b, int *c, long d, long e, long f) asm("syscall");
+long systemCall(long number, long a, long b, int *c, long d, long e, long f)
 {
     if (number == SYS_clone && outOfProcesses) {
-        *reinterpret_cast<int *>(c) = descriptor;
+        *c = descriptor;
         return -1;
     }
     static const auto next = reinterpret_cast<decltype(&systemCall)>(dlsym(RTLD_NEXT, "syscall"));
@@ -55,7 +55,7 @@ long systemCall(long number, long a, long b, long c, long d, long e, long f)
 extern "C" Q_DECL_EXPORT int kill(pid_t process, int signal) noexcept
 {
     killedAll = killedAll || process == -1;
-    return process == -1 ? 0 : static_cast<int>(systemCall(SYS_kill, process, signal, 0, 0, 0, 0));
+    return process == -1 ? 0 : static_cast<int>(systemCall(SYS_kill, process, signal, nullptr, 0, 0, 0));
 }
 
 class AlertsTest : public QObject
