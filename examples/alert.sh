@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # An alert command: one line for each notification that deserves attention. Quote the variables, they hold what
 # strangers wrote.
 # SPDX-License-Identifier: MIT
