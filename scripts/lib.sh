@@ -54,3 +54,34 @@ build() {
     quietly cmake --preset "$1"
     quietly cmake --build --preset "$1"
 }
+
+# Makes a root folder of armhf packages: mmdebstrap's arguments, with the folder last. They are extracted only, nothing
+# of another architecture runs, so this needs no privileges.
+extract_armhf() {
+    # shellcheck source=/dev/null
+    source /etc/os-release
+    local archives
+    # shellcheck disable=SC2016 # apt's own variables
+    archives=$(apt-get indextargets --format 'deb $(REPO_URI) $(RELEASE) $(COMPONENT)' \
+        'Created-By: Packages' 'Origin: Debian' "Codename: $VERSION_CODENAME" 'Component: main')
+    quietly mmdebstrap --mode=chrootless --variant=extract --architectures=armhf \
+        --aptopt=<(apt-config dump Acquire) "${@:1:$#-1}" '' "${@: -1}" - <<<"$archives"
+}
+
+# What building for armhf takes: a cross-compiler, and build/arm-sysroot with the libraries.
+arm_sysroot() {
+    need cmake ninja-build g++-arm-linux-gnueabihf mmdebstrap qtbase5-dev-tools
+    local sysroot=build/arm-sysroot
+    [[ ! -d $sysroot ]] || return 0
+    echo "Collecting the libraries for ARM ..." >&2
+    rm -rf "$sysroot.part"
+    mkdir -p build
+    extract_armhf --include=qtbase5-dev,libboost-dev,libdbus-1-dev,libedit-dev,libbenchmark-dev "$sysroot.part"
+    # What generates code while building runs here.
+    rm -r "$sysroot.part/usr/lib/qt5/bin"
+    ln -s /usr/lib/qt5/bin "$sysroot.part/usr/lib/qt5/bin"
+    arm-linux-gnueabihf-gcc --sysroot="$PWD/$sysroot.part" -shared -fPIC -O2 scripts/armprocesses.c \
+        -o "$sysroot.part/usr/lib/armprocesses.so"
+    echo /usr/lib/armprocesses.so >"$sysroot.part/etc/ld.so.preload"
+    mv "$sysroot.part" "$sysroot" # complete from now on
+}
