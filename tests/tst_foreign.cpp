@@ -23,7 +23,7 @@ const Profile profiles[] = {
      "notificationActionInvokeInput k Reply Hi", "told: action k Reply|1", 25},
     {"body-markup", "a &lt;b&gt; · 25%\n<i>me &amp; you</i>", "Reply|1", "ActionInvoked", "Reply|1",
      "notificationActionInvoke k default", "told: action k default", 25},
-    {"x-canonical-private-icon-only", "a <b> · 25%\nme & you", "Reply|1", "ActionInvoked", "Mood|2#1",
+    {"x-canonical-private-icon-only", "a <b> · 25%\nme & you", "Reply|1", "ActionInvoked", "Mood|2#2",
      "notificationActionInvokeInput k Mood Bad", "told: action k Mood|2", 0},
     {"x-canonical-private-synchronous", "a <b>\nme & you", "Reply|1", "ActionInvoked", "Mute|3",
      "notificationActionInvoke k Mute", "told: action k Mute|3", 25},
@@ -47,25 +47,28 @@ private Q_SLOTS:
         const std::vector<Fields> actions = {
             {{a::title, "default"}},
             {{a::title, "Reply"}, {a::identifier, "1"}, {a::freeInput, true}, {a::inputLabel, "Message"}},
-            {{a::title, "Mood"}, {a::identifier, "2"}, {a::choices, list(Choices{"Good", "Bad"})}},
+            {{a::title, "Mood"}, {a::identifier, "2"}, {a::choices, list(Choices{"Good", "", "Bad"})}},
             {{a::title, "Mute"}, {a::identifier, "3"}}};
         world.add("k", {{n::text, "a <b>"},
                         {n::subText, "me & you"},
                         {n::category, "msg"},
+                        {n::importance, 4},
                         {n::progress, 1},
                         {n::progressMax, 4},
                         {n::actions, list(actions)}});
         const DesktopNotification shown = server.shown.value(1);
         QCOMPARE(shown.body, profile.body);
         QCOMPARE(shown.actions.join(','),
-                 QString("default,Open,%1,Reply,Mood|2#0,Good,Mood|2#1,Bad,Mute|3,Mute").arg(profile.reply));
+                 QString("%1,Reply,Mood|2#0,Good,Mood|2#2,Bad,Mute|3,Mute,default,Open").arg(profile.reply));
         QCOMPARE(shown.hints["value"].toInt(), profile.value);
         QCOMPARE(shown.hints["category"], "im.received");
+        QCOMPARE(shown.hints["urgency"], QVariant::fromValue(uchar(1)));
         QCOMPARE(shown.hints["x-kde-reply-placeholder-text"] == "Message", profile.reply == "inline-reply");
 
         server.signal(profile.signal, {8U, profile.argument}); // another program's
         server.signal("ActionInvoked", {1U, "never offered"});
         server.signal(profile.signal, {1U, profile.argument});
+        server.signal("ActionInvoked", {1U, "default"}); // some report the tap as well
         world.settle();
         QCOMPARE(world.happened().filter("told"), QStringList{profile.told});
         QCOMPARE(server.calls, (QStringList{"Notify", profile.call}));

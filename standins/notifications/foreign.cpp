@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/foreign.h"
 
-#include "standins/notifications/include/notification.h"
+#include "standins/notifications/buttons.h"
+#include "standins/notifications/wire.h"
 #include "standins/protocol/hints.h"
 
 #include <algorithm>
@@ -11,9 +12,6 @@ namespace hint = protocol::hint;
 
 namespace
 {
-
-/// As many answers as fit on a pop-up.
-constexpr int maximumChoices = 3;
 
 struct Renaming {
     const char *ours;
@@ -26,44 +24,30 @@ constexpr Renaming icons[] = {
     {"icon-lock-warning", "dialog-warning"},
 };
 
-/// Categories, by the names that the protocol gives them.
+/// Categories, by the names that the protocol gives them. All others are to begin with "x-".
 constexpr Renaming categories[] = {
     {"chat", "im.received"},
     {"email", "email.arrived"},
     {"progress", "transfer"},
+    {"call", "call.incoming"},
 };
 
-template <int N> QString renamed(const Renaming (&table)[N], const QString &name)
+/// The sounds that the sound naming specification has for them.
+constexpr Renaming sounds[] = {
+    {"im.received", "message-new-instant"},
+    {"email.arrived", "message-new-email"},
+    {"call.incoming", "phone-incoming-call"},
+    {"x-clock", "alarm-clock-elapsed"},
+};
+
+template <int N> QString renamed(const Renaming (&table)[N], const QString &name, const QString &otherwise)
 {
     for (const Renaming &renaming : table) {
         if (name == QLatin1String(renaming.ours)) {
             return QString::fromLatin1(renaming.standard);
         }
     }
-    return name;
-}
-
-template <int N> void rename(const Renaming (&table)[N], QVariantMap &hints, const QString &hint)
-{
-    const auto found = hints.find(hint);
-    if (found != hints.end()) {
-        *found = renamed(table, found->toString());
-    }
-}
-
-QString text(const QVariantMap &action, const char *member) { return action.value(QLatin1String(member)).toString(); }
-
-QVariantMap input(const QVariantMap &action) { return action.value(QStringLiteral("input")).toMap(); }
-
-QVariantMap defaultAction(const QVariantList &remoteActions)
-{
-    for (const QVariant &description : remoteActions) {
-        const QVariantMap action = description.toMap();
-        if (text(action, "name") == QLatin1String("default") && !action.contains(QStringLiteral("input"))) {
-            return action;
-        }
-    }
-    return {};
+    return otherwise;
 }
 
 /// Plain `text` for a server that takes markup. Markup parsers refuse a text with control characters as a whole.
@@ -75,113 +59,93 @@ QString markup(const QString &text)
     return printable.toHtmlEscaped();
 }
 
-/// Few servers draw a bar; the number tells the same, unless the application says it itself.
-void appendPercentage(QString &body, const QVariant &percentage)
+void append(QString &body, const char *separator, const QString &text)
 {
-    if (!body.contains(QLatin1Char('%'))) {
-        body += (body.isEmpty() ? QString() : QStringLiteral(" · ")) + percentage.toString() + QLatin1Char('%');
+    body += (body.isEmpty() ? QString() : QString::fromUtf8(separator)) + text;
+}
+
+void adaptTexts(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+{
+    // Without a name, one server shows nothing, and another the host's.
+    wire.appName = wire.appName.isEmpty() ? QStringLiteral("Android") : wire.appName;
+    wire.summary = (wire.summary.isEmpty() ? wire.appName : wire.summary).replace(QLatin1Char('\n'), QLatin1Char(' '));
+    wire.body = server.bodyMarkup ? markup(wire.body) : wire.body;
+    // Few servers draw a bar; the number tells the same, unless the application says it itself.
+    const QVariant percentage = wire.hints.value(hint::value());
+    if (percentage.isValid() && !server.bar && !wire.body.contains(QLatin1Char('%'))) {
+        append(wire.body, " · ", percentage.toString() + QLatin1Char('%'));
+    }
+    if (server.bareGauge) {
+        wire.hints.remove(hint::value());
+    }
+    if (!content.subText.isEmpty() && server.originName) {
+        wire.hints.insert(hint::originName(), content.subText);
+    } else if (!content.subText.isEmpty()) {
+        const QString line = QStringLiteral("<i>%1</i>").arg(markup(content.subText));
+        append(wire.body, "\n", server.bodyMarkup ? line : content.subText);
+    }
+    if (server.originName) {
+        wire.hints.insert(hint::displayAppName(), wire.appName);
     }
 }
 
-void appendSubText(QString &body, const QString &subText, bool bodyMarkup)
+/// Of people, the face is what matters: where there is one place, that goes there. All servers take paths, but not all
+/// take URIs.
+void adaptPictures(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
 {
-    const QString line = bodyMarkup ? QStringLiteral("<i>%1</i>").arg(markup(subText)) : subText;
-    body += (body.isEmpty() ? QString() : QStringLiteral("\n")) + line;
+    const QString picture = renamed(icons, content.icon, content.icon);
+    wire.appIcon = renamed(icons, wire.appIcon, wire.appIcon);
+    wire.hints.remove(hint::imagePath());
+    if (!picture.isEmpty()) {
+        wire.hints.insert(server.oldImagePath ? hint::oldImagePath() : hint::imagePath(), picture);
+        wire.appIcon = server.onePicture ? picture : wire.appIcon;
+    }
 }
 
-/// A button on such a server, or the tap on the notification itself.
-struct Button {
-    QString key; ///< the action's name in the protocol
-    QString label;
-    QVariantMap action; ///< what it invokes, as `Notification::remoteAction` describes it
-    QString answer;     ///< what it answers to an action that takes text
-};
-
-/// The key of the button that comes with a field to type into, on servers that have one.
-QString inlineReplyKey() { return QStringLiteral("inline-reply"); }
-
-/// What `remoteActions` become. Actions that take text are
-/// - a field to type into, where the server has one (it has one a notification),
-/// - one button for each of the first few choices, which answers with it,
-/// - where neither does, a button that does what a tap on the notification does: the application is the place to
-///   type. Without an answer the action itself must not be invoked; an application might send an empty message.
-QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
+void adaptActions(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
 {
-    const QVariantMap tap = defaultAction(remoteActions);
-    QVector<Button> buttons;
-    for (const QVariant &description : remoteActions) {
-        const QVariantMap action = description.toMap();
-        const QString name = text(action, "name");
-        const bool isTap = name == QLatin1String("default");
-        // Some servers draw a button for the tap too, and it needs a word for people on it.
-        const QString label = isTap ? QStringLiteral("Open") : text(action, "displayName");
-        if (label.isEmpty()) {
-            continue; // nobody could tell what it does
-        }
-        if (!action.contains(QStringLiteral("input"))) {
-            buttons.append({name, label, action, {}});
-            continue;
-        }
-        const QStringList choices = input(action).value(QStringLiteral("choices")).toStringList();
-        for (int i = 0; i < qMin(choices.size(), maximumChoices); ++i) {
-            if (choices.at(i).isEmpty()) {
-                continue;
-            }
-            buttons.append({QStringLiteral("%1#%2").arg(name).arg(i), choices.at(i), action, choices.at(i)});
-        }
-        if (inlineReply && input(action).value(QStringLiteral("freeInput")).toBool()) {
-            buttons.append({inlineReplyKey(), label, action, {}});
-            inlineReply = false;
-        } else if (choices.isEmpty() && !tap.isEmpty()) {
-            buttons.append({name, label, tap, {}});
+    wire.actions.clear();
+    if (!server.actions) {
+        return; // such a server would open a dialog for them
+    }
+    for (const Button &button : buttons(content.remoteActions, server.inlineReply)) {
+        const QVariantMap input = button.action.value(QStringLiteral("input")).toMap();
+        const QString placeholder = input.value(QStringLiteral("label")).toString();
+        wire.actions << button.key << button.label;
+        if (button.key == inlineReplyKey() && !placeholder.isEmpty()) {
+            wire.hints.insert(hint::replyPlaceholder(), placeholder);
         }
     }
-    return buttons;
+}
+
+/// Android's importance 4 is an ordinary chat message, while critical means elsewhere to break through "do not disturb"
+/// and to stay until it is dismissed. That is right for alarms and calls.
+void adaptUrgency(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+{
+    const QString name = content.category;
+    const QString category = renamed(categories, name, QStringLiteral("x-") + name);
+    if (!name.isEmpty()) {
+        wire.hints.insert(hint::category(), category);
+    }
+    const bool waits = name == QLatin1String("clock") || name == QLatin1String("call");
+    wire.hints.insert(hint::urgency(),
+                      QVariant::fromValue(static_cast<uchar>(waits ? content.urgency : std::min(content.urgency, 1))));
+    const QString sound = renamed(sounds, category, QString());
+    if (server.sound && !sound.isEmpty() && !wire.hints.contains(hint::suppressSound())) {
+        wire.hints.insert(hint::soundName(), sound);
+    }
 }
 
 } // namespace
 
 void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
 {
-    wire.body = server.bodyMarkup ? markup(wire.body) : wire.body;
-    wire.actions.clear();
-    for (const Button &button : buttons(content.remoteActions, server.inlineReply)) {
-        wire.actions << button.key << button.label;
-        const QString placeholder = text(input(button.action), "label");
-        if (button.key == inlineReplyKey() && !placeholder.isEmpty()) {
-            wire.hints.insert(hint::replyPlaceholder(), placeholder);
-        }
-    }
-    wire.appIcon = renamed(icons, wire.appIcon);
-    rename(icons, wire.hints, hint::imagePath());
-    rename(categories, wire.hints, hint::category());
-    const QVariant percentage = wire.hints.value(hint::value());
-    if (percentage.isValid() && !server.bar) {
-        appendPercentage(wire.body, percentage);
-    }
-    if (server.bareGauge) {
-        wire.hints.remove(hint::value());
-    }
-    if (!content.subText.isEmpty()) {
-        appendSubText(wire.body, content.subText, server.bodyMarkup);
-    }
-}
-
-void invokeForeign(Notification *notification, const QDBusMessage &signal, const ServerCapabilities &server,
-                   const QDBusConnection &connection)
-{
-    const QString argument = signal.arguments().value(1).toString();
-    const bool typed = signal.member() == QLatin1String("NotificationReplied");
-    if (!typed && (signal.member() != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
-        return;
-    }
-    for (const Button &button : buttons(notification->remoteActions(), server.inlineReply)) {
-        if (button.key == (typed ? inlineReplyKey() : argument)) {
-            const QString answer = typed ? argument : button.answer;
-            connection.send(
-                remoteActionCall(button.action, typed || !answer.isEmpty() ? &answer : nullptr, connection));
-            Q_EMIT notification->actionInvoked(text(button.action, "name"));
-            return;
-        }
-    }
+    adaptTexts(wire, content, server);
+    adaptPictures(wire, content, server);
+    adaptActions(wire, content, server);
+    adaptUrgency(wire, content, server);
+    // What may expire here is not told as a dismissal. It stays where it must: on servers that forget what expires, and
+    // on those whose close button can be told from expiry only while it has not.
+    const bool stays = (!server.persistence && server.actions) || server.inlineReply;
+    wire.expireTimeout = content.transient ? transientMs : stays ? 0 : -1;
 }

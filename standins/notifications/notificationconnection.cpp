@@ -144,8 +144,13 @@ void NotificationConnection::takeCapabilities(const QDBusPendingCall &answer)
                            [this](const QDBusPendingCall &held) { takeHeld(held); });
         return;
     }
-    m_known = true;
-    Q_EMIT known({}, false);
+    m_question = watch(send(question(protocol::service(), QStringLiteral("GetServerInformation"), {})),
+                       [this](const QDBusPendingCall &information) {
+                           m_question = nullptr;
+                           m_known = true;
+                           m_capabilities.learnName(information.reply().arguments().value(0).toString());
+                           Q_EMIT known({}, false);
+                       });
 }
 
 void NotificationConnection::takeHeld(const QDBusPendingCall &answer)

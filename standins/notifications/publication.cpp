@@ -16,6 +16,7 @@ uint64_t lastNumber = 0;
 
 Publication::Publication(const NotificationContent &content)
     : m_number(++lastNumber)
+    , m_resident(content.resident)
     , m_transient(content.transient)
     , m_key(content.hints.value(protocol::hint::originKey()).toString())
 {
@@ -24,7 +25,9 @@ Publication::Publication(const NotificationContent &content)
 Publication::Order Publication::publish(const NotificationContent &content)
 {
     m_content = content;
+    m_resident = content.resident;
     m_transient = content.transient;
+    m_invoked = false;
     if (m_state == State::Closing) {
         m_state = m_id == 0 ? State::Sent : State::Updating;
     }

@@ -73,6 +73,10 @@ public:
     /// are about earlier versions.
     void readAhead(int number) { m_ahead = number; }
     void caughtUp(int number) { m_ahead = m_ahead == number ? 0 : m_ahead; }
+    /// Whether an action may be reported: some servers report the tap, too, when a button is pressed. Only what is
+    /// resident may have several.
+    bool mayInvoke() const { return m_resident || !m_invoked; }
+    void invoked() { m_invoked = true; }
     Order close();
     Order closed(uint reason);
     /// There is another server, to which the identifier means nothing: back to Unsent, or Gone.
@@ -95,7 +99,9 @@ private:
     uint m_closeReason = 0; ///< 0 unless a version was reported closed while the next one was under way
     int m_sendings = 0;
     int m_ahead = 0;
-    bool m_keptId = false; ///< the version shown replaced one with the same identifier
+    bool m_keptId = false;  ///< the version shown replaced one with the same identifier
+    bool m_invoked = false; ///< the version shown
+    bool m_resident;
     bool m_transient;
     QString m_key;
     std::optional<NotificationContent> m_content;

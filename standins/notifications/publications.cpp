@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/publications.h"
 
-#include "standins/notifications/foreign.h"
+#include "standins/notifications/buttons.h"
 #include "standins/notifications/include/notification.h"
 #include "standins/notifications/wire.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QPointer>
+#include <QtCore/QTimer>
 #include <QtDBus/QDBusPendingReply>
 
 #include <utility>
@@ -62,33 +63,26 @@ bool Publications::use(const QDBusConnection &connection)
 void Publications::publish(Notification *notification)
 {
     const PublicationPtr publication = m_identifiers.claim(*notification->d);
-    const bool open = m_connection.isOpen();
-    const bool known = open && m_connection.knowServer();
+    const bool known = m_connection.isOpen() && m_connection.knowServer();
     publication->notification = notification;
     const Order order = publication->publish(*notification->d);
     m_identifiers.file(publication, 0);
-    if (order != Order::Send) {
-        return; // it goes out once the version before is answered
-    }
-    if (!known) {
-        if (!open || !m_connection.isLearning()) {
-            publication->takeContent();
-            qCWarning(vorn) << "Notification not shown, there is no server:" << m_connection.errorString();
-        }
-        return; // it goes out once the server is known
-    }
-    send(publication, true);
+    if (order == Order::Send && known) {
+        send(publication, true);
+    } else if (order == Order::Send && !m_connection.isLearning()) {
+        giveUp(publication, "there is no server");
+    } // else it goes out once the version before is answered, or the server is known
 }
 
 void Publications::send(const PublicationPtr &publication, bool mayWait)
 {
     const uint id = publication->id();
     const DesktopNotification wire = toWire(publication->takeContent(), id, m_connection.capabilities());
-    const bool hangs = m_connection.unanswered() >= maximumUnanswered;
-    if (hangs || exceedsMessage(wire)) {
-        qCWarning(vorn) << "Gave up a notification:" << (hangs ? "the server does not answer" : "it is too large");
-        m_identifiers.file(publication, id);
-        return;
+    if (m_connection.unanswered() >= maximumUnanswered) {
+        return giveUp(publication, "the server does not answer");
+    }
+    if (exceedsMessage(wire)) {
+        return giveUp(publication, "it is larger than a D-Bus message can be");
     }
     const int sending = publication->sent();
     m_connection.notify(wire, mayWait, [this, publication, sending](const QDBusPendingCall &answer) {
@@ -102,6 +96,13 @@ void Publications::send(const PublicationPtr &publication, bool mayWait)
     }
 }
 
+void Publications::giveUp(const PublicationPtr &publication, const char *reason)
+{
+    publication->takeContent();
+    m_identifiers.file(publication, publication->id());
+    qCWarning(vorn) << "Gave up a notification:" << reason << m_connection.errorString();
+}
+
 void Publications::take(const PublicationPtr &publication, int sending, const QDBusPendingCall &answer)
 {
     const QDBusPendingReply<uint> reply = answer;
@@ -110,14 +111,16 @@ void Publications::take(const PublicationPtr &publication, int sending, const QD
         return;
     }
     if (m_connection.isFromAnother(answer)) {
-        // It was to replace what the server before had. Once the new one is known, it goes out anew.
-        m_connection.closeNotification(id);
+        m_connection.closeNotification(id); // it goes out anew, once the new server is known
         return m_connection.learn();
     }
     if (id == 0) {
         qCWarning(vorn) << "Notification not shown, no identifier was given:" << reply.error().message();
     }
     report(publication, [id](Publication &p) { return id == 0 ? p.refused() : p.identified(id); });
+    if (publication->isTransient() && !m_connection.capabilities().ours) {
+        QTimer::singleShot(transientMs, this, [this, publication] { report(publication, &Publication::close); });
+    }
 }
 
 void Publications::report(const PublicationPtr &publication, const std::function<Order(Publication &)> &event)
@@ -175,11 +178,10 @@ QList<Notification *> Publications::held()
 void Publications::forget(Notification *notification)
 {
     const PublicationPtr publication = notification->d->publication;
-    if (!publication || publication->notification != notification) {
-        return;
+    if (publication && publication->notification == notification) {
+        publication->notification = nullptr;
+        m_identifiers.file(publication, publication->id());
     }
-    publication->notification = nullptr;
-    m_identifiers.file(publication, publication->id());
 }
 
 void Publications::onKnown(const NotificationKeys &held, bool late)
@@ -208,12 +210,9 @@ void Publications::onKnown(const NotificationKeys &held, bool late)
 
 void Publications::onMissing()
 {
-    const Identifiers::Set waiting = m_identifiers.unidentified();
-    for (const PublicationPtr &publication : waiting) {
+    for (const PublicationPtr &publication : Identifiers::Set(m_identifiers.unidentified())) {
         if (publication->hasContent()) {
-            publication->takeContent();
-            m_identifiers.file(publication, 0);
-            qCWarning(vorn) << "Notification not shown, there is no server:" << m_connection.errorString();
+            giveUp(publication, "there is no server");
         }
     }
 }
@@ -244,7 +243,8 @@ void Publications::onSignal(const QDBusMessage &signal)
         }
     } else if (notification && server.ours && signal.member() == QLatin1String("ActionInvoked")) {
         Q_EMIT notification->actionInvoked(arguments.at(1).toString());
-    } else if (notification && !server.ours) {
-        invokeForeign(notification, signal, server, m_connection.connection());
+    } else if (notification && !server.ours && publication->mayInvoke() &&
+               invokeForeign(notification, signal, server, m_connection.connection())) {
+        publication->invoked();
     }
 }

@@ -35,6 +35,7 @@ private:
 
     Publications();
     void send(const PublicationPtr &publication, bool mayWait);
+    void giveUp(const PublicationPtr &publication, const char *reason);
     void take(const PublicationPtr &publication, int sending, const QDBusPendingCall &answer);
     void report(const PublicationPtr &publication, const std::function<Order(Publication &)> &event);
     static void tellClosed(const PublicationPtr &publication);

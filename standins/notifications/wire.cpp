@@ -134,8 +134,5 @@ DesktopNotification toWire(const NotificationContent &content, uint replacesId, 
     } else {
         adaptToForeign(wire, content, server);
     }
-    // An Android notification stays until somebody removes it. Were it to expire, the application would be told
-    // that the user dismissed it.
-    wire.expireTimeout = content.transient || server.persistence ? -1 : 0;
     return wire;
 }

@@ -23,10 +23,19 @@ inline QString suppressSound() { return QStringLiteral("suppress-sound"); }
 /// string: absolute path, `file:` URI or name in the icon theme
 inline QString imagePath() { return QStringLiteral("image-path"); }
 
+/// string, from the sound naming specification
+inline QString soundName() { return QStringLiteral("sound-name"); }
+/// The name of `imagePath()` in version 1.1
+inline QString oldImagePath() { return QStringLiteral("image_path"); }
+
 // Of several desktops
 
 /// 32-bit integer: progress in percent
 inline QString value() { return QStringLiteral("value"); }
+/// string: whose account or device it is of
+inline QString originName() { return QStringLiteral("x-kde-origin-name"); }
+/// string: the application, if that is not the program that notifies
+inline QString displayAppName() { return QStringLiteral("x-kde-display-appname"); }
 /// string: what stands in the field for an answer while it is empty
 inline QString replyPlaceholder() { return QStringLiteral("x-kde-reply-placeholder-text"); }
 

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "standins/notifications/capabilities.h"
+
+#include <QtCore/QVariant>
+#include <QtCore/QVector>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+
+class Notification;
+
+/// A button of a notification on another's server, or the tap on the notification itself.
+struct Button {
+    QString key; ///< the action's name in the protocol
+    QString label;
+    QVariantMap action; ///< what it invokes, as `Notification::remoteAction` describes it
+    QString answer;     ///< what it answers to an action that takes text
+};
+
+/// The key of the button that comes with a field to type into, on servers that have one.
+inline QString inlineReplyKey() { return QStringLiteral("inline-reply"); }
+
+/// What `remoteActions` become, the tap last. Actions that take text are
+/// - a field to type into, where the server has one (it has one a notification),
+/// - one button for each of the first few choices, which answers with it,
+/// - where neither does, a button that does what a tap on the notification does: the application is the place to
+///   type. Without an answer the action itself must not be invoked; an application might send an empty message.
+QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply);
+
+/// Tells `notification` of the action that `signal`, from another's server, means, and calls the action's method over
+/// `connection`, which our server does itself. False, with nothing done, when it was not offered: some servers report
+/// such all the same.
+bool invokeForeign(Notification *notification, const QDBusMessage &signal, const ServerCapabilities &server,
+                   const QDBusConnection &connection);
