@@ -37,7 +37,9 @@ void destroyUnforked(std::unique_ptr<QProcess> process)
     const QList<QSocketNotifier *> notifiers = process->findChildren<QSocketNotifier *>();
     if (notifiers.isEmpty() ||
         static_cast<uint>(notifiers.last()->socket()) < static_cast<ulong>(sysconf(_SC_OPEN_MAX))) {
-        static_cast<void>(process.release()); // it might close a file of the host's: a leak does less harm
+        // It might close a file of the host's, so it is never destroyed; alerts run one at a time.
+        static auto *const kept = new QList<QProcess *>;
+        kept->append(process.release());
     }
 }
 
