@@ -54,8 +54,11 @@ long systemCall(long number, long a, long b, int *c, long d, long e, long f)
 
 extern "C" Q_DECL_EXPORT int kill(pid_t process, int signal) noexcept
 {
-    killedAll = killedAll || process == -1;
-    return process == -1 ? 0 : static_cast<int>(systemCall(SYS_kill, process, signal, nullptr, 0, 0, 0));
+    if (process == -1) {
+        killedAll = true;
+        return 0;
+    }
+    return static_cast<int>(systemCall(SYS_kill, process, signal, nullptr, 0, 0, 0));
 }
 
 class AlertsTest : public QObject
