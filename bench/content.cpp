@@ -3,16 +3,15 @@
 
 #include "plugin/fields.h"
 #include "standins/protocol/hints.h"
-#include "tools/lumdsim/records.h"
+#include "tools/lumdsim/script.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QJsonDocument>
 
 namespace
 {
 
 const QByteArray content = R"({
-    "appName": "Mail", "title": "Mira Lund", "subText": "mira@example.com",
+    "do": "add", "key": "k", "appName": "Mail", "title": "Mira Lund", "subText": "mira@example.com",
     "text": "See you at the station at half past six, the train leaves from platform two.",
     "package": "com.example.mail", "category": "email", "timestamp": 1700000000000, "color": 3368652, "importance": 3,
     "clearable": true, "vibrate": true,
@@ -25,10 +24,11 @@ lumd::Record notification(const std::string &key, Kind kind)
 {
     namespace id = field::notification;
     QString error;
-    lumd::Record record = notificationFromJson(QJsonDocument::fromJson(content).object(), QDir(), &error);
-    if (!record) {
+    Event event;
+    if (!readEvent(content, QDir(), &event, &error)) {
         qFatal("%s", qPrintable(error));
     }
+    lumd::Record record = std::move(event.record);
     lumd::setString(record.get(), id::key, key);
     lumd::setBool(record.get(), id::ongoing, kind == Kind::Resident);
     if (kind == Kind::WithIcons) {

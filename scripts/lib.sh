@@ -14,7 +14,7 @@ any_of() {
     echo "($*)"
 }
 
-build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libdbus-1-dev libedit-dev)
+build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libedit-dev)
 # shellcheck disable=SC2034
 test_packages=(binutils dbus-daemon libnotify-bin python3-dbusmock)
 

@@ -3,37 +3,31 @@
 
 #include "standins/protocol/desktopnotification.h"
 
-#include <QtCore/QHash>
-#include <QtCore/QObject>
+#include <QtDBus/QDBusVirtualObject>
 
-struct DBusConnection;
-struct DBusMessage;
-
-/// Sees what one connection to the session bus has any notification server show, as a monitor of the bus. Needs no help
-/// of the server. Over libdbus, as Qt can neither see messages to others nor keep from answering them.
-class BusMonitor : public QObject
+/// Sees what a program asks any notification server on the session bus to show, as a monitor of the bus; the server has
+/// no part in it. Monitors may not speak, so this takes all calls without answering.
+class BusMonitor : public QDBusVirtualObject
 {
     Q_OBJECT
 
 public:
-    explicit BusMonitor(QDBusConnection client, QObject *parent = nullptr);
+    BusMonitor();
     ~BusMonitor() override;
 
-    /// Begins to watch. What is in the way; empty when nothing is.
-    QString start();
-    /// Returns once all that `client` has sent and received until now was seen; false if that takes too long.
+    /// Begins to watch what `client` sends. False when the bus does not allow it.
+    bool start(const QDBusConnection &client);
+    /// Returns once all that `client` has sent until now was seen; false if that takes too long.
     bool settle();
 
+    QString introspect(const QString & /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
+
 Q_SIGNALS:
-    void shown(const DesktopNotification &notification, bool replaced);
-    void closed(uint id, uint reason);
+    /// The arguments of `Notify`; the identifier is that of what is to be replaced.
+    void notified(const DesktopNotification &notification);
+    void marked();
 
 private:
-    bool read(int timeoutMs);
-    void take(DBusMessage *message);
-
     QDBusConnection m_client;
-    DBusConnection *m_connection = nullptr;
-    QHash<quint32, DesktopNotification> m_asked; ///< calls of `Notify` without an answer yet, by serial number
-    int m_marks = 0;                             ///< sent, and not yet seen
 };

@@ -6,7 +6,7 @@
 #include "tools/harness/serverprocess.h"
 #include "tools/lumdsim/configcheck.h"
 #include "tools/lumdsim/hostobject.h"
-#include "tools/lumdsim/linereader.h"
+#include "tools/lumdsim/input.h"
 #include "tools/lumdsim/player.h"
 
 #include <QtCore/QCommandLineParser>
@@ -94,9 +94,9 @@ int playScript(const QFile &file, Player *player, const Screen *screen, bool sta
         complain(Good, QStringLiteral("Type one event a line, such as {\"do\":\"add\",\"key\":\"k\","
                                       "\"title\":\"Hello\"}; Ctrl-D ends."));
     }
-    LineReader reader(file.handle(), typed);
+    Input input(file.handle());
     int number = 0;
-    QObject::connect(&reader, &LineReader::lineRead, [&](const QByteArray &line) {
+    QObject::connect(&input, &Input::lineRead, [&](const QByteArray &line) {
         Event event;
         QString fault;
         ++number;
@@ -115,18 +115,17 @@ int playScript(const QFile &file, Player *player, const Screen *screen, bool sta
             QCoreApplication::exit(BadInput);
         }
     });
-    QObject::connect(&reader, &LineReader::ended, [&](int error) {
-        if (error != 0) {
-            QCoreApplication::exit(complain(BadInput, name + QStringLiteral(": ") + qt_error_string(error)));
-        } else if (!stay || screen->isEmpty()) {
+    bool ended = false;
+    const auto endWhenDone = [&] {
+        if (ended && (!stay || screen->isEmpty())) {
             QCoreApplication::quit();
-        } else {
-            QObject::connect(player, &Player::settled, [screen] {
-                if (screen->isEmpty()) {
-                    QCoreApplication::quit();
-                }
-            });
         }
+    };
+    QObject::connect(player, &Player::settled, endWhenDone);
+    QObject::connect(&input, &Input::ended, [&](int error) {
+        ended = true;
+        error == 0 ? endWhenDone()
+                   : QCoreApplication::exit(complain(BadInput, name + QStringLiteral(": ") + qt_error_string(error)));
     });
     return QCoreApplication::exec();
 }

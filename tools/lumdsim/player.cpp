@@ -25,7 +25,10 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output)
         const auto text = [action](uint32_t id) { return QString::fromUtf8(lu_field_get_str(action, id)); };
         output->action(QString::fromStdString(key), text(field::action::title), text(field::action::identifier));
     };
-    host->onRemoved = [output](const std::string &key) { output->removed(QString::fromStdString(key)); };
+    host->onRemoved = [output, screen](const std::string &key) {
+        screen->forget(QString::fromStdString(key));
+        output->removed(QString::fromStdString(key));
+    };
 
     m_late.setSingleShot(true);
     connect(&m_late, &QTimer::timeout, this, &Player::settle);
@@ -38,16 +41,16 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output)
 
 QString Player::play(const Event &event, int number)
 {
-    if (!event.definition) {
+    if (!event.verb) {
         m_output->say(event.comment);
         return {};
     }
     const QString key = event.text("key");
-    QStringList words = {QStringLiteral("→"), QLatin1String(event.definition->phrase), key, event.text("action")};
+    QStringList words = {QStringLiteral("→"), QLatin1String(event.verb->phrase), key, event.text("action")};
     m_output->say(words.join(QLatin1Char(' ')).trimmed());
     m_output->begin(number, key);
     m_screen->setKey(key);
-    const bool mayBeUnchanged = event.verb == QLatin1String("add") && m_screen->shows(key);
+    const bool mayBeUnchanged = event.record && m_screen->shows(key); // the host adds it again
     const int before = m_output->reports();
     QString fault = perform(event);
     settle();
@@ -61,16 +64,20 @@ QString Player::play(const Event &event, int number)
 
 QString Player::perform(const Event &event)
 {
+    const QString verb = QLatin1String(event.verb->name);
     const QString key = event.text("key");
-    if (event.definition->call) {
-        event.definition->call(*m_host, event);
-    } else if (event.verb == QLatin1String("wait")) {
+    if (event.verb->call) {
+        event.verb->call(*m_host, event);
+        if (verb == QLatin1String("remove") || verb == QLatin1String("clear")) {
+            m_screen->forget(key);
+        }
+    } else if (verb == QLatin1String("wait")) {
         m_output->begin(0, {});
         wait(event.members.value(QStringLiteral("ms")).toVariant().toLongLong());
-    } else if (m_screen->isOperable()) {
-        return m_screen->act(event.verb, key, event.text("action"), event.text("text"));
+    } else if (m_screen->isOurs()) {
+        return m_screen->act(verb, key, event.text("action"), event.text("text"));
     } else {
-        m_output->skipped(event.verb, key);
+        m_output->skipped(verb, key);
     }
     return {};
 }

@@ -3,11 +3,6 @@
 
 #include "controlinterface.h"
 #include "tools/harness/settle.h"
-#include "tools/lumdsim/busmonitor.h"
-
-#include <QtCore/QDebug>
-
-#include <utility>
 
 using Control = ComVornNotificationsControlInterface;
 
@@ -22,25 +17,29 @@ QString Screen::watch(const QDBusConnection &client)
     if (answer.type() != QDBusMessage::ReplyMessage) {
         return QStringLiteral("No notification server answers: ") + answer.errorMessage();
     }
-    if (answer.arguments().value(0) == QLatin1String("kavrel-notification-server")) {
+    if (!onBus || answer.arguments().value(0) == QLatin1String("kavrel-notification-server")) {
+        registerDesktopNotificationTypes();
         m_control = new Control(service, protocol::objectPath(), client, this);
         m_control->setTimeout(5000);
-    }
-    if (onBus) {
-        m_monitor = new BusMonitor(client, this);
-        connect(m_monitor, &BusMonitor::shown, this, &Screen::onShown);
-        connect(m_monitor, &BusMonitor::closed, this, &Screen::onClosed);
-        const QString refusal = m_monitor->start();
-        if (!refusal.isEmpty()) {
-            qWarning().noquote() << "What is shown will not be told, as the bus does not allow watching it:" << refusal;
-            delete std::exchange(m_monitor, nullptr);
-        }
-    } else if (m_control) {
-        registerDesktopNotificationTypes();
         connect(m_control, &Control::Shown, this, &Screen::onShown);
         connect(m_control, &Control::Closed, this, &Screen::onClosed);
+    } else {
+        m_monitor = std::make_unique<BusMonitor>();
+        connect(m_monitor.get(), &BusMonitor::notified, this,
+                [this](const DesktopNotification &notification) { onShown(notification, notification.id != 0); });
+        if (!m_monitor->start(client)) {
+            qWarning("The session bus does not allow watching it: what is shown will not be told.");
+            m_monitor.reset();
+        }
     }
     return {};
+}
+
+void Screen::forget(const QString &key)
+{
+    if (!isOurs()) {
+        key.isEmpty() ? m_ids.clear() : static_cast<void>(m_ids.remove(key));
+    }
 }
 
 bool Screen::settle() { return ::settle(m_client) && (!m_monitor || m_monitor->settle()); }
@@ -48,9 +47,11 @@ bool Screen::settle() { return ::settle(m_client) && (!m_monitor || m_monitor->s
 void Screen::onShown(const DesktopNotification &notification, bool replaced)
 {
     const QString key = notification.hints.value(protocol::hint::originKey(), m_key).toString();
-    m_shown.insert(notification.id, {key, notification});
     if (!key.isEmpty()) {
         m_ids.insert(key, notification.id);
+    }
+    if (isOurs()) {
+        m_shown.insert(notification.id, notification);
     }
     Q_EMIT shown(key, notification, replaced);
 }
@@ -58,9 +59,10 @@ void Screen::onShown(const DesktopNotification &notification, bool replaced)
 void Screen::onClosed(uint id, uint reason)
 {
     if (!m_shown.contains(id)) {
-        return; // another program's, or from before
+        return; // from before
     }
-    const auto [key, notification] = m_shown.take(id);
+    const DesktopNotification notification = m_shown.take(id);
+    const QString key = notification.hints.value(protocol::hint::originKey()).toString();
     if (m_ids.value(key) == id) {
         m_ids.remove(key);
     }
@@ -73,7 +75,7 @@ QString Screen::act(const QString &deed, const QString &key, const QString &acti
         return QStringLiteral("no notification with the key \"%1\" is shown").arg(key);
     }
     const uint id = m_ids.value(key);
-    const QStringList actions = m_shown.value(id).notification.actions;
+    const QStringList actions = m_shown.value(id).actions;
     const int index = actions.indexOf(action); // of a name or its text, in turn
     const QString name = index < 0 ? action : actions.at(index - index % 2);
     QDBusPendingReply<> reply = deed == QLatin1String("reply")     ? m_control->Reply(id, name, text)

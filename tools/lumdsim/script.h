@@ -1,30 +1,34 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tools/lumdsim/records.h"
+#include "standins/lumd/host.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QJsonObject>
 
 struct Event;
+struct Member;
 
 /// Something that the host or the user can do in a script.
 struct Verb {
-    const char *name;
+    const char *name;   ///< the member "do"
     const char *phrase; ///< for people, before the key
-    Schema schema;
-    size_t required; ///< so many of the schema's members, from the first
+    std::vector<Member> members;
+    size_t required = 0;     ///< so many members, from the first
+    uint32_t recordType = 0; ///< of the host's record that the members become; 0 for none
     /// Null for what the host has no part in.
     void (*call)(const lumd::Host &host, const Event &event) = nullptr;
 };
 
 /// One line of a script.
 struct Event {
-    QString verb;    ///< the member "do"; empty for a blank line and a comment
-    QString comment; ///< as it is in the script
+    const Verb *verb = nullptr; ///< null for a blank line and a comment
+    QString comment;            ///< as it is in the script
     QJsonObject members = {};
-    lumd::Record record = nullptr; ///< the members as a host's record, where the host gets one
-    const Verb *definition = nullptr;
+    lumd::Record record = nullptr;
 
     QString text(const char *member) const { return members.value(QLatin1String(member)).toString(); }
 };
 
-/// False, with what is wrong in `error`, when the line is no event.
-bool readEvent(const QByteArray &line, const QDir &iconBase, Event *event, QString *error);
+/// False, with what is wrong in `error`, when the line is no event. Files are looked up in `base`.
+bool readEvent(const QByteArray &line, const QDir &base, Event *event, QString *error);
