@@ -14,7 +14,7 @@ any_of() {
     echo "($*)"
 }
 
-build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libedit-dev)
+build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libedit-dev scdoc)
 # shellcheck disable=SC2034
 test_packages=(binutils dbus-daemon libnotify-bin python3-dbusmock)
 
@@ -70,13 +70,13 @@ extract_armhf() {
 
 # What building for armhf takes: a cross-compiler, and build/arm-sysroot with the libraries.
 arm_sysroot() {
-    need cmake ninja-build g++-arm-linux-gnueabihf mmdebstrap qtbase5-dev-tools
+    need cmake ninja-build g++-arm-linux-gnueabihf mmdebstrap qtbase5-dev-tools scdoc
     local sysroot=build/arm-sysroot
     [[ ! -d $sysroot ]] || return 0
     echo "Collecting the libraries for ARM ..." >&2
     rm -rf "$sysroot.part"
     mkdir -p build
-    extract_armhf --include=qtbase5-dev,libboost-dev,libdbus-1-dev,libedit-dev,libbenchmark-dev "$sysroot.part"
+    extract_armhf --include=qtbase5-dev,libboost-dev,libedit-dev,libbenchmark-dev "$sysroot.part"
     # What generates code while building runs here.
     rm -r "$sysroot.part/usr/lib/qt5/bin"
     ln -s /usr/lib/qt5/bin "$sysroot.part/usr/lib/qt5/bin"

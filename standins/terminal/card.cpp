@@ -5,6 +5,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 
 #include <algorithm>
@@ -99,7 +100,8 @@ QStringList flowed(QStringList items, const QString &separator, int width)
 {
     constexpr QChar glue(QChar::Nbsp);
     QStringList lines = wrapped(items.replaceInStrings(QStringLiteral(" "), glue).join(separator), width);
-    return lines.replaceInStrings(glue, QStringLiteral(" "));
+    lines.replaceInStrings(glue, QStringLiteral(" "));
+    return lines.replaceInStrings(QRegularExpression(QStringLiteral(" ·$")), QString());
 }
 
 } // namespace

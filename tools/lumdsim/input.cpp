@@ -31,7 +31,7 @@ Input::Input(int descriptor)
     if (m_typed) {
         input = this;
         rl_outstream = stderr; // the standard output is for what happens
-        rl_callback_handler_install("> ", onTyped);
+        rl_callback_handler_install("", onTyped);
     }
 }
 
