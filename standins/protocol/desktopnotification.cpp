@@ -22,16 +22,19 @@ static QVariant plainArgument(const QDBusArgument &argument)
             const QString key = next().toString();
             map.insert(key, next());
         }
+        argument.endMap();
         return map;
     case QDBusArgument::ArrayType:
         for (argument.beginArray(); !argument.atEnd();) {
             list.append(next());
         }
+        argument.endArray();
         return list;
     case QDBusArgument::StructureType:
         for (argument.beginStructure(); !argument.atEnd();) {
             list.append(next());
         }
+        argument.endStructure();
         return list;
     default:
         return next();
