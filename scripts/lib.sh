@@ -71,17 +71,19 @@ extract_armhf() {
 # What building for armhf takes: a cross-compiler, and build/arm-sysroot with the libraries.
 arm_sysroot() {
     need cmake ninja-build g++-arm-linux-gnueabihf mmdebstrap qtbase5-dev-tools scdoc
-    local sysroot=build/arm-sysroot
-    [[ ! -d $sysroot ]] || return 0
+    local sysroot=build/arm-sysroot packages
+    packages=$(printf '%s\n' "${build_packages[@]}" libbenchmark-dev | grep -e -dev)
+    [[ $(cat "$sysroot/packages" 2>&1) != "$packages" ]] || return 0
     echo "Collecting the libraries for ARM ..." >&2
-    rm -rf "$sysroot.part"
+    rm -rf "$sysroot" "$sysroot.part"
     mkdir -p build
-    extract_armhf --include=qtbase5-dev,libboost-dev,libedit-dev,libbenchmark-dev "$sysroot.part"
+    extract_armhf "--include=$packages" "$sysroot.part"
     # What generates code while building runs here.
     rm -r "$sysroot.part/usr/lib/qt5/bin"
     ln -s /usr/lib/qt5/bin "$sysroot.part/usr/lib/qt5/bin"
     arm-linux-gnueabihf-gcc --sysroot="$PWD/$sysroot.part" -shared -fPIC -O2 scripts/armprocesses.c \
         -o "$sysroot.part/usr/lib/armprocesses.so"
     echo /usr/lib/armprocesses.so >"$sysroot.part/etc/ld.so.preload"
+    echo "$packages" >"$sysroot.part/packages"
     mv "$sysroot.part" "$sysroot" # complete from now on
 }
