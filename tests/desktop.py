@@ -60,7 +60,7 @@ class Desktop:
     needs = "xvfb xdotool at-spi2-core"
 
     def __init__(self, packages, *commands, press="{label}", tap="{title}", dismiss="", short=None):
-        self.packages, self.commands, self.short = packages.split(), commands, {**SHORT, **(short or {})}
+        self.packages, self.commands, self.short = packages.split(), commands, short or {}
         self.acts = {"press": press, "tap": tap, "dismiss": dismiss}  # what to click at
         self.messages = []
 
@@ -335,29 +335,20 @@ class Gnome(Desktop):
                 pointer.notify_button(time, Clutter.BUTTON_PRIMARY, state)""" % (x, y, 0 if click else 2))
 
 
-# What falls short: the case, and how. One of these that passes is an error too.
-SHORT = {"clears": "messages and package results stay",
-         "restarts": "shown again only when something changes",
-         "plain": "private calls and hints, no application name"}
-WARNING, BOTH = {"passes": "a warning stays"}, {"passes": "messages stay"}
-EXPIRES, ICON = {"stays": "a pop-up that expires counts as dismissed"}, {"face": "the icon instead of the face"}
+# "short" is what falls short: the case, and how. One of these that passes is an error too.
 SERVERS = {
     "dunst": Dunst("dunst", "dunst -conf dunstrc", press="echo {label} >choice; dunstctl context",
-                   tap="dunstctl action 0", dismiss="dunstctl close", short=WARNING),
+                   tap="dunstctl action 0", dismiss="dunstctl close"),
     "mate": Desktop("mate-notification-daemon", "/usr/lib/mate-notification-daemon/mate-notification-daemon"),
-    "xfce": Desktop("xfce4-notifyd", "/usr/lib/*/xfce4/notifyd/xfce4-notifyd", tap="Open", dismiss="{title}",
-                    short=WARNING),
+    "xfce": Desktop("xfce4-notifyd", "/usr/lib/*/xfce4/notifyd/xfce4-notifyd", tap="Open", dismiss="{title}"),
     "notification-daemon": Desktop("notification-daemon", "/usr/lib/notification-daemon/notification-daemon"),
-    "lxqt": Desktop("lxqt-notificationd openbox", "openbox", "lxqt-notificationd", dismiss="x",
-                    short={**ICON, **EXPIRES}),
-    "awesome": Awesome("awesome", "awesome", dismiss="{title}", short={**ICON, **WARNING, "text": "no sub-text"}),
+    "lxqt": Desktop("lxqt-notificationd openbox", "openbox", "lxqt-notificationd", dismiss="x"),
+    "awesome": Awesome("awesome", "awesome", dismiss="{title}"),
     "mako": Mako("mako-notifier", "mako", press="makoctl invoke -n {id} '{key}'", tap="makoctl invoke -n {id}",
-                 dismiss="makoctl dismiss -n {id}", short=BOTH),
-    "swaync": Sway("sway-notification-center", "swaync", short={**ICON, **BOTH}),
-    "kde": Desktop("plasma-workspace plasma-desktop openbox", "openbox", "plasmashell --no-respawn", dismiss="Close",
-                   short={**EXPIRES, **BOTH}),
-    "gnome": Gnome("gnome-shell", "gnome-shell --headless --virtual-monitor 800x600 --no-x11 --unsafe-mode",
-                   short=BOTH),
+                 dismiss="makoctl dismiss -n {id}"),
+    "swaync": Sway("sway-notification-center", "swaync"),
+    "kde": Desktop("plasma-workspace plasma-desktop openbox", "openbox", "plasmashell --no-respawn", dismiss="Close"),
+    "gnome": Gnome("gnome-shell", "gnome-shell --headless --virtual-monitor 800x600 --no-x11 --unsafe-mode"),
 }
 LIGHT = list(SERVERS)[:8]
 

@@ -7,6 +7,7 @@
 #include <QtDBus/QDBusServer>
 #include <QtDBus/QDBusVirtualObject>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -23,19 +24,7 @@ public:
         registerDesktopNotificationTypes();
         moveToThread(&m_thread);
         m_thread.start();
-        run([this, bus] {
-            if (!bus.isEmpty()) {
-                m_peer = QDBusConnection::connectToBus(bus, bus + QString::number(++buses));
-                m_peer.registerVirtualObject(protocol::objectPath(), this);
-                m_peer.registerService(protocol::service());
-                return;
-            }
-            m_listener = std::make_unique<QDBusServer>("unix:tmpdir=/tmp");
-            connect(m_listener.get(), &QDBusServer::newConnection, this, [this](const QDBusConnection &peer) {
-                m_peer = peer;
-                m_peer.registerVirtualObject("/", this, QDBusConnection::SubPath);
-            });
-        });
+        run([this, bus] { bus.isEmpty() ? listen() : serve(bus); });
     }
     ~FakeServer() override
     {
@@ -50,10 +39,7 @@ public:
     QString address() const { return m_listener->address(); }
 
     /// Calls wait from now on.
-    void hold()
-    {
-        run([this] { m_holding = true; });
-    }
+    void hold() { m_holding = true; }
     void handleOne()
     {
         run([this] { m_waiting.isEmpty() ? void() : handle(m_waiting.takeFirst()); });
@@ -102,6 +88,22 @@ public:
     }
 
 private:
+    void listen()
+    {
+        m_listener = std::make_unique<QDBusServer>("unix:tmpdir=/tmp");
+        connect(m_listener.get(), &QDBusServer::newConnection, this,
+                [this](const QDBusConnection &peer) { attach(peer); });
+    }
+    void serve(const QString &bus)
+    {
+        attach(QDBusConnection::connectToBus(bus, bus + QString::number(++buses)));
+        m_peer.registerService(protocol::service());
+    }
+    void attach(const QDBusConnection &connection)
+    {
+        m_peer = connection;
+        m_peer.registerVirtualObject("/", this, QDBusConnection::SubPath);
+    }
     void handle(const QDBusMessage &call)
     {
         const QVariantList arguments = call.arguments();
@@ -129,14 +131,12 @@ private:
     {
         const uint replaced = a[1].toUInt();
         const uint id = replaced != 0 && (keepsIds || shown.contains(replaced)) ? replaced : ++m_lastId;
-        shown[id] = {id,
-                     a[0].toString(),
-                     a[2].toString(),
-                     a[3].toString(),
-                     a[4].toString(),
-                     a[5].toStringList(),
-                     qdbus_cast<QVariantMap>(a[6]),
-                     a[7].toInt()};
+        DesktopNotification &one = shown[id];
+        one.id = id;
+        one.summary = a[3].toString();
+        one.body = a[4].toString();
+        one.actions = a[5].toStringList();
+        one.hints = qdbus_cast<QVariantMap>(a[6]);
         return id;
     }
 
@@ -146,6 +146,6 @@ private:
     std::unique_ptr<QDBusServer> m_listener;
     QDBusConnection m_peer{""};
     QList<QDBusMessage> m_waiting;
-    bool m_holding = false;
+    std::atomic<bool> m_holding = false;
     uint m_lastId = shown.isEmpty() ? 0 : shown.lastKey();
 };

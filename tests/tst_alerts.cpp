@@ -76,7 +76,7 @@ private Q_SLOTS:
                            R"("${BODY?}" "${SUBTEXT?}" "${CATEGORY?}" "$OTHER" >>"$TMPDIR/out")"));
         world.add("k", {{n::title, "Ada"}, {n::packageName, "p"}, {n::appName, "Chat"}, {n::importance, 2}});
         world.add("l", {{n::text, "two\nlines"}, {n::subText, "✓ é"}, {n::category, "msg"}, {n::importance, 5}});
-        world.add("m", {{n::title, "$(id) `id` \\ %n \"q\" 'q'"}, {n::importance, 3}});
+        world.add("m", {{n::title, R"($(id) `id` \ %n "q" 'q')"}, {n::importance, 3}});
         QTRY_COMPARE(out(), "Ada|p|Chat||||kept\n|||two\nlines|✓ é|msg|kept\n$(id) `id` \\ %n \"q\" 'q'||||||kept\n");
     }
 

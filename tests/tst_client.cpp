@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fakeserver.h"
-#include "tools/harness/settle.h"
+#include "tests/world.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
-#include <QtCore/QTimer>
-#include <QtTest/QtTest>
 
 #include <notification.h>
 #include <notificationconnectionmanager.h>
@@ -19,7 +17,7 @@ namespace
 {
 
 const QStringList ours = {"persistence", "x-vorn-remote-actions"};
-const QStringList foreign = {"actions", "body-markup"};
+const QStringList foreign = {"actions", "body-markup", "persistence"};
 
 /// A program that shows one notification a key, as the plug-in does, on a fake server.
 struct Program {
@@ -49,22 +47,15 @@ struct Program {
         }
         fresh->publish();
         live[key] = fresh;
-        const QPointer<Notification> object = fresh;
         QObject::connect(fresh, &Notification::actionInvoked, [=](const QString &name) { told << key + ' ' + name; });
         QObject::connect(fresh, &Notification::closed, [=] {
             told << key + " gone";
             live.remove(key);
-            object->deleteLater();
+            fresh->deleteLater();
         });
         return fresh;
     }
-    void remove(const QString &key)
-    {
-        if (Notification *const notification = live.take(key)) {
-            notification->close();
-            delete notification;
-        }
-    }
+    void remove(const QString &key) { closeAll({live.take(key)}); }
     /// The user dismisses the notification of this number, if there is one; returns its key.
     QString dismiss(int number)
     {
@@ -76,10 +67,11 @@ struct Program {
         });
         return key;
     }
-    static void clear()
+    static void clear() { closeAll(Notification::notifications()); }
+    static void closeAll(const QList<QObject *> &notifications)
     {
-        for (QObject *const object : Notification::notifications()) {
-            qobject_cast<Notification *>(object)->close();
+        for (QObject *const object : notifications) {
+            object ? qobject_cast<Notification *>(object)->close() : void();
             delete object;
         }
     }
@@ -110,7 +102,7 @@ struct Program {
 };
 
 struct Row {
-    const char *what;
+    const char *name;
     void (*happens)(Program &program, FakeServer &server);
     const char *shown;
     const char *told = "";
@@ -204,16 +196,10 @@ private Q_SLOTS:
         ::close(silent);
     }
 
-    void whatever_data()
-    {
-        QTest::addColumn<int>("row");
-        for (const Row &row : rows) {
-            QTest::newRow(row.what) << static_cast<int>(&row - rows);
-        }
-    }
+    void whatever_data() { nameRows(rows); }
     void whatever()
     {
-        QFETCH(int, row);
+        QFETCH(size_t, row);
         Program program(rows[row].capabilities);
         program.add("k", "1");
         program.settle();
@@ -225,22 +211,18 @@ private Q_SLOTS:
     /// What is shown is sent once the server is known, in the form that suits it.
     void capabilitiesComeLate()
     {
-        QStringList calls;
-        {
-            Program program(foreign);
-            program.server->hold();
-            program.add("k", "1"), program.add("l", "1"), program.add("k", "2");
-            program.settle();
-            QCOMPARE(program.server->calls, QStringList());
-            program.server->release();
-            QCOMPARE(program.shown(), "1 2"); // without our own hints
-            QCOMPARE(program.server->shown[1].body, "&lt;2|k");
-            program.server->signal("ActionInvoked", {1U, "a|1"});
-            program.settle();
-            QCOMPARE(program.told, QStringList{"k a|1"});
-            calls = program.server->calls;
-        }
-        QCOMPARE(calls, (QStringList{"Notify", "Notify", "call k"}));
+        Program program(foreign);
+        program.server->hold();
+        program.add("k", "1"), program.add("l", "1"), program.add("k", "2");
+        program.settle();
+        QCOMPARE(program.server->calls, QStringList());
+        program.server->release();
+        QCOMPARE(program.shown(), "1 2"); // without our own hints
+        QCOMPARE(program.server->shown[1].body, "&lt;2|k");
+        program.server->signal("ActionInvoked", {1U, "a|1"});
+        program.settle();
+        QCOMPARE(program.told, QStringList{"k a|1"});
+        QCOMPARE(program.server->calls, (QStringList{"Notify", "Notify", "call k"}));
     }
 
     void leftoversAreListedLate()
@@ -343,25 +325,16 @@ private Q_SLOTS:
         for (int step = 1; step <= qEnvironmentVariable("KAVREL_STEPS", "5000").toInt(); ++step) {
             const QString key(QChar('a' + random.bounded(6)));
             const int what = random.bounded(100);
-            if (what < 40) {
-                program.add(key, certain[key] = QString::number(random.bounded(100)));
-            } else if (what < 55) {
-                program.remove(key);
-                certain.remove(key);
-            } else if (what < 70) {
-                certain.remove(program.dismiss(random.bounded(6)));
-            } else if (what < 75) {
-                server.hold();
-            } else if (what < 85) {
-                server.handleOne();
-            } else if (what < 90) {
-                program.settle();
-            } else if (what < 92) {
-                Program::clear();
-                certain.clear();
-            } else {
-                server.release();
-            }
+            // clang-format off
+            if (what < 40) { program.add(key, certain[key] = QString::number(random.bounded(100))); }
+            else if (what < 55) { program.remove(key); certain.remove(key); }
+            else if (what < 70) { certain.remove(program.dismiss(random.bounded(6))); }
+            else if (what < 75) { server.hold(); }
+            else if (what < 85) { server.handleOne(); }
+            else if (what < 90) { program.settle(); }
+            else if (what < 92) { Program::clear(); certain.clear(); }
+            else { server.release(); }
+            // clang-format on
             if (step % 20 != 0) {
                 continue;
             }

@@ -29,6 +29,7 @@ constexpr Meaning meanings[] = {
 constexpr Meaning peculiarities[] = {
     {"lxqt-notificationd", &ServerCapabilities::oldImagePath}, // and no picture where both names are given
     {"naughty", &ServerCapabilities::onePicture},              // of the window manager awesome
+    {"Budgie Notification Server", &ServerCapabilities::expiresAll},
 };
 
 } // namespace

@@ -17,6 +17,11 @@ struct ServerCapabilities {
     bool bareGauge = false;    ///< it draws the progress in place of the texts
     bool oldImagePath = false; ///< it knows the picture by its name in version 1.1 alone
     bool onePicture = false;   ///< it shows the icon and no other picture
+    bool expiresAll = false;   ///< also what is to stay, into a list
+
+    /// Whether what is no transient stays on the screen until somebody closes it, when it is sent so. That it has
+    /// expired then means that the user has closed it.
+    bool staysOnScreen() const { return !persistence && actions && !expiresAll; }
 
     /// By what `GetCapabilities` says.
     static ServerCapabilities named(const QStringList &names);

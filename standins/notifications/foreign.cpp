@@ -144,8 +144,7 @@ void adaptToForeign(DesktopNotification &wire, const NotificationContent &conten
     adaptPictures(wire, content, server);
     adaptActions(wire, content, server);
     adaptUrgency(wire, content, server);
-    // What may expire here is not told as a dismissal. It stays where it must: on servers that forget what expires, and
-    // on those whose close button can be told from expiry only while it has not.
+    // KDE's server reports a click on its close button like an expiry once the pop-up has gone into the list.
     const bool stays = (!server.persistence && server.actions) || server.inlineReply;
     wire.expireTimeout = content.transient ? transientMs : stays ? 0 : -1;
 }

@@ -236,9 +236,9 @@ void Publications::onSignal(const QDBusMessage &signal)
     Notification *const notification = publication->notification;
     if (signal.member() == QLatin1String("NotificationClosed")) {
         const uint reason = arguments.at(1).toUInt();
-        // Other servers take a pop-up off the screen after a while and may keep the notification in a list. Nobody has
-        // dismissed it, and it can still be replaced and closed.
-        if (reason != expired || server.ours || publication->isTransient()) {
+        // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
+        // dismissed it then, and it can still be replaced and closed.
+        if (reason != expired || server.ours || server.staysOnScreen() || publication->isTransient()) {
             report(publication, [reason](Publication &p) { return p.closed(reason); });
         }
     } else if (notification && server.ours && signal.member() == QLatin1String("ActionInvoked")) {
