@@ -542,7 +542,7 @@ def main():
             print("|", name, run("dpkg-query", "-W", "-f", "${Version}", SERVERS[name].packages[0]).decode(), "|",
                   *(cell + " |" for cell in result.get()[0]), flush=True)
     faults = [fault for _, result in results for fault in result.get()[1]]
-    sys.exit("\n".join(faults))
+    sys.exit("\n".join(faults) or 0)
 
 
 if __name__ == "__main__":
