@@ -2,68 +2,49 @@
 #include "bench/content.h"
 
 #include "plugin/fields.h"
-#include "standins/protocol/hints.h"
-#include "tools/lumdsim/script.h"
 
-#include <QtCore/QDateTime>
-
-namespace
+QByteArray text(int version)
 {
-
-const QByteArray content = R"({
-    "do": "add", "key": "k", "appName": "Mail", "title": "Mira Lund", "subText": "mira@example.com",
-    "text": "See you at the station at half past six, the train leaves from platform two.",
-    "package": "com.example.mail", "category": "email", "timestamp": 1700000000000, "color": 3368652, "importance": 3,
-    "clearable": true, "vibrate": true,
-    "actions": [{"title": "default", "identifier": "open"}, {"title": "Archive", "identifier": "archive"}]
-})";
-
-} // namespace
-
-lumd::Record notification(const std::string &key, Kind kind)
-{
-    namespace id = field::notification;
-    QString error;
-    Event event;
-    if (!readEvent(content, QDir(), &event, &error)) {
-        qFatal("%s", qPrintable(error));
-    }
-    lumd::Record record = std::move(event.record);
-    lumd::setString(record.get(), id::key, key);
-    lumd::setBool(record.get(), id::ongoing, kind == Kind::Resident);
-    if (kind == Kind::WithIcons) {
-        const std::string icon(10240, 'i');
-        lumd::setBytes(record.get(), id::smallIcon, icon.data(), icon.size());
-        lumd::setBytes(record.get(), id::largeIcon, icon.data(), icon.size());
-    }
-    return record;
+    return "See you at the station at half past six, the train leaves from platform " +
+           QByteArray::number(version % 10);
 }
 
-std::unique_ptr<Notification> published(const QString &key)
+QByteArray icon() { return QByteArray(10 * 1024, 'i'); }
+
+lumd::Record record(const Item &item)
 {
-    auto object = std::make_unique<Notification>();
-    object->setAppName(QStringLiteral("Mail"));
-    object->setSummary(QStringLiteral("Mira Lund"));
-    object->setBody(QStringLiteral("See you at the station at half past six, the train leaves from platform two."));
-    object->setSubText(QStringLiteral("mira@example.com"));
-    object->setHintValue(QStringLiteral("x-vorn-origin-package"), QStringLiteral("com.example.mail"));
-    object->setHintValue(protocol::hint::originKey(), key);
-    object->setHintValue(QStringLiteral("x-vorn-feedback"), QStringLiteral("email,email_exists"));
-    object->setCategory(QStringLiteral("email"));
-    object->setHintValue(QStringLiteral("x-vorn-color"), QStringLiteral("#3366cc"));
-    object->setHintValue(QStringLiteral("x-vorn-vibrate"), true);
-    object->setHintValue(QStringLiteral("x-vorn-display-on"), true);
-    object->setTimestamp(QDateTime::fromMSecsSinceEpoch(1700000000000));
-    object->setHintValue(QStringLiteral("x-vorn-priority"), 75);
-    object->setUrgency(Notification::Normal);
-    QVariantList actions;
-    for (const auto &[name, title] : {std::pair(QStringLiteral("default"), QStringLiteral("default")),
-                                      std::pair(QStringLiteral("Archive|archive"), QStringLiteral("Archive"))}) {
-        actions.append(Notification::remoteAction(name, title, QStringLiteral("com.velmo.lumd"),
-                                                  QStringLiteral("/com/velmo/lumd"), QStringLiteral("com.velmo.lumd"),
-                                                  QStringLiteral("notificationActionInvoke"), {key, title}));
+    namespace id = field::notification;
+    const auto action = [](const char *title, const char *identifier) {
+        lumd::Record element = lumd::newRecord(lumd::actionElementRecord);
+        lumd::setString(element.get(), field::action::title, title);
+        lumd::setString(element.get(), field::action::identifier, identifier);
+        return element;
+    };
+    lumd::Record notification = lumd::newRecord(lumd::notificationRecord);
+    lu_field *const fields = notification.get();
+    // All keys are of one length, so that all messages are.
+    lumd::setString(fields, id::key, "0|com.example.mail|" + std::to_string(1000000 + item.number) + "|null|10083");
+    lumd::setString(fields, id::appName, "Mail");
+    lumd::setString(fields, id::title, "Mira Lund");
+    lumd::setString(fields, id::subText, "mira@example.com");
+    lumd::setString(fields, id::text, text(item.version).toStdString());
+    lumd::setString(fields, id::packageName, "com.example.mail");
+    lumd::setString(fields, id::category, "email");
+    lumd::setInt(fields, id::timestamp, 1700000000000);
+    lumd::setInt(fields, id::color, 0x3366cc);
+    lumd::setInt(fields, id::importance, 3);
+    lumd::setBool(fields, id::clearable, true);
+    lumd::setBool(fields, id::ongoing, true); // stays when it is invoked
+    lumd::setBool(fields, id::vibrate, true);
+    if (item.icons) {
+        const QByteArray bytes = icon();
+        for (const uint32_t field : {id::smallIcon, id::largeIcon}) {
+            lumd::setBytes(fields, field, bytes.constData(), static_cast<size_t>(bytes.size()));
+        }
     }
-    object->setRemoteActions(actions);
-    object->publish();
-    return object;
+    std::vector<lumd::Record> actions;
+    actions.push_back(action("default", "open"));
+    actions.push_back(action("Archive", "archive"));
+    lumd::setRecords(fields, id::actions, std::move(actions));
+    return notification;
 }

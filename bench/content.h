@@ -3,14 +3,17 @@
 
 #include "standins/lumd/host.h"
 
-#include <notification.h>
+#include <QtCore/QByteArray>
 
-#include <memory>
-#include <string>
+/// What is shown: an e-mail with four texts and two actions.
+struct Item {
+    int number;         ///< one for each notification
+    int version = 0;    ///< two that follow each other differ in one letter of the text
+    bool icons = false; ///< two, of 10 KiB each
+};
 
-enum class Kind { Plain, Resident, WithIcons };
-
-/// A notification of the host with texts, hints and two actions; its icons are of 10 KiB each.
-lumd::Record notification(const std::string &key, Kind kind);
-/// The same as `Plain`, filled by hand and published.
-std::unique_ptr<Notification> published(const QString &key);
+QByteArray text(int version);
+/// The bytes of an icon.
+QByteArray icon();
+/// The host's record of it.
+lumd::Record record(const Item &item);

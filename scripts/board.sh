@@ -38,13 +38,17 @@ cat <&4 >/dev/null
 wait $!
 
 # Several batches, of which the fastest counts. The icon cache is in memory, as on a device.
+kavrel-notification-server --quiet --address unix:path=/tmp/bus >/tmp/server &
+until [[ -s /tmp/server ]]; do sleep 0.1; done
 measure() {
-    printf '%s 100\n' "$1"{,,,,,,,,,} | TMPDIR=/dev/shm build/board/bin/kavrel-bench-side 100 | sed 1d | sort -g | sed -n 1p
+    printf '%s\n' "fill 100" "$1 20"{,,,,,,,,,} | LUMD_P2P_DBUS_ADDRESS=unix:path=/tmp/bus TMPDIR=/dev/shm \
+        build/board/bin/kavrel-bench-side plugin | sed 1,2d | sort -g | sed -n '1s/ .*//p'
 }
 new=$(measure new)
 same=$(measure repeat)
 awk -v new="$new" -v same="$same" 'BEGIN { printf "Add: %.0f µs, without a change %.0f µs\n", new * 1e6, same * 1e6 }'
 
+kill %%
 SECONDS=0
 KAVREL_STEPS=1500 ctest --test-dir build/board --output-on-failure
 echo "Suite: $SECONDS s"

@@ -72,7 +72,7 @@ extract_armhf() {
 arm_sysroot() {
     need cmake ninja-build g++-arm-linux-gnueabihf mmdebstrap qtbase5-dev-tools scdoc
     local sysroot=build/arm-sysroot packages
-    packages=$(printf '%s\n' "${build_packages[@]}" libbenchmark-dev | grep -e -dev)
+    packages=$(printf '%s\n' "${build_packages[@]}" | grep -e -dev && echo valgrind)
     [[ $(cat "$sysroot/packages" 2>&1) != "$packages" ]] || return 0
     echo "Collecting the libraries for ARM ..." >&2
     rm -rf "$sysroot" "$sysroot.part"

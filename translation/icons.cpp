@@ -15,7 +15,7 @@ namespace id = field::notification;
 
 enum class SaveResult {
     Saved,
-    Skipped, ///< there is no icon, or no directory to write it to: not worth a log line
+    Skipped, ///< the icon is empty, or there is no directory to write it to: not worth a log line
     Failed
 };
 
@@ -23,8 +23,7 @@ enum class SaveResult {
 SaveResult saveIcon(lu_field *record, uint32_t fieldId, const QDir &cache, const QString &path, const char *label)
 {
     uint32_t length = 0;
-    const uint8_t *const data =
-        lu_field_is_set(record, fieldId) ? lu_field_get_byte_array(record, fieldId, &length) : nullptr;
+    const uint8_t *const data = lu_field_get_byte_array(record, fieldId, &length);
     if (!data || length == 0) {
         return SaveResult::Skipped;
     }
@@ -49,6 +48,9 @@ SaveResult saveIcon(lu_field *record, uint32_t fieldId, const QDir &cache, const
 
 void setSmallIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key)
 {
+    if (!lu_field_is_set(record, id::smallIcon)) {
+        return;
+    }
     const QString path = cachedIconPath(cache, iconFileName(key));
     const SaveResult result = saveIcon(record, id::smallIcon, cache, path, "Small icon path: ");
     if (result == SaveResult::Saved) {
@@ -61,6 +63,9 @@ void setSmallIcon(lu_field *record, Notification *notification, const QDir &cach
 void setLargeIcon(lu_field *record, Notification *notification, const QDir &cache, const QString &key,
                   const QString &packageName, const QString &title)
 {
+    if (!lu_field_is_set(record, id::largeIcon)) {
+        return;
+    }
     const QString path = cachedIconPath(cache, largeIconFileName(key));
     const SaveResult result = saveIcon(record, id::largeIcon, cache, path, "Large icon path: ");
     if (result == SaveResult::Saved) {

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include "bench/client.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QSaveFile>
+
+namespace
+{
+
+QString connectionName() { return QStringLiteral("bare"); }
+QString address() { return qEnvironmentVariable("LUMD_P2P_DBUS_ADDRESS"); }
+QString extension() { return QStringLiteral("com.vorn.Notifications"); }
+
+void writeIcon(const QString &name)
+{
+    const QByteArray bytes = icon();
+    QSaveFile file(QDir::temp().filePath(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        qFatal("Cannot write an icon");
+    }
+}
+
+} // namespace
+
+QDBusMessage request(const QDBusConnection &connection, const QString &interface, const char *method,
+                     const QVariantList &arguments)
+{
+    const QString service = connection.baseService().isEmpty() ? QString() : protocol::service(); // a peer has no names
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(service, protocol::objectPath(), interface, QLatin1String(method));
+    message.setArguments(arguments);
+    return message;
+}
+
+BareClient::BareClient()
+{
+    const QString name = QStringLiteral("learning");
+    const QDBusConnection server = QDBusConnection::connectToPeer(address(), name);
+    const QDBusMessage list = request(server, QStringLiteral("com.vorn.Notifications.Control"), "List");
+    m_content = qdbus_cast<DesktopNotificationList>(server.call(list).arguments().value(0)).value(0);
+    QDBusConnection::disconnectFromPeer(name);
+}
+
+void BareClient::load()
+{
+    QDBusConnection connection = QDBusConnection::connectToPeer(address(), connectionName());
+    for (const char *const signal : {"NotificationClosed", "ActionInvoked"}) {
+        connection.connect(QString(), protocol::objectPath(), protocol::service(), QLatin1String(signal), this,
+                           SLOT(onSignal()));
+    }
+    clear();
+}
+
+void BareClient::unload()
+{
+    clear();
+    QDBusConnection::disconnectFromPeer(connectionName());
+}
+
+void BareClient::show(int index)
+{
+    const Item &item = m_items[index];
+    if (item.icons) {
+        writeIcon(QStringLiteral("%1.png").arg(item.number));
+        writeIcon(QStringLiteral("%1_large.png").arg(item.number));
+    }
+    uint &id = m_ids[item.number];
+    const QDBusMessage reply = connection().call(
+        request(connection(), protocol::service(), "Notify",
+                {m_content.appName, id, m_content.appIcon, m_content.summary, QString::fromLatin1(text(item.version)),
+                 m_content.actions, m_content.hints, m_content.expireTimeout}));
+    id = reply.arguments().value(0).toUInt();
+}
+
+void BareClient::remove(int index)
+{
+    connection().send(
+        request(connection(), protocol::service(), "CloseNotification", {m_ids.take(m_items[index].number)}));
+}
+
+void BareClient::clear()
+{
+    connection().call(
+        request(connection(), extension(), "GetNotifications", {m_content.hints.value(protocol::hint::owner())}));
+    for (const uint id : qAsConst(m_ids)) {
+        connection().send(request(connection(), protocol::service(), "CloseNotification", {id}));
+    }
+    m_ids.clear();
+}
+
+QDBusConnection BareClient::connection() const { return QDBusConnection(connectionName()); }

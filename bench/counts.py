@@ -1,0 +1,80 @@
+# SPDX-License-Identifier: MIT
+"""What can be counted, and is the same on every machine with the same compiler and libraries."""
+import os
+import subprocess
+import tempfile
+from collections import namedtuple
+
+from sides import Counted, Side, Traced
+
+RECORD = os.path.join(os.path.dirname(os.path.abspath(__file__)), "counts.txt")
+TOLERANCE = 0.03
+LIVE = 20
+BY_USER = "dismiss", "invoke"  # what is sent is mostly that the user does it
+BATCH = {"repeat": 100}  # how many in a row, when it is not ten
+
+# Where an add's instructions go: each function's with all that it calls.
+ADD = "NotificationsImpl::addNotification"
+PUBLISH = "Notification::publish"
+
+Counts = namedtuple("Counts", "instructions calls steady sent")
+
+
+def count(kind, operation, on_bus=False):
+    """What one costs. In processes of its own, since the client library waits for a server only so long in all."""
+    live = None if kind == "libnotify" else LIVE
+    batch = BATCH.get(operation, 10)
+    counted = Counted(kind, live, on_bus)
+    instructions = counted.instructions(operation, batch)
+    counted.end()
+    traced = Traced(kind, live, on_bus)
+    called = traced.calls(operation, batch)
+    traced.end()
+    return Counts(instructions, *called)
+
+
+def outside_publish():
+    """An add's instructions but for those of the client library's publish()."""
+    counted = Counted("plugin", LIVE)
+    inclusive = counted.inclusive("new", 10, [ADD, PUBLISH])
+    counted.end()
+    return inclusive[ADD] - inclusive[PUBLISH]
+
+
+def stripped_size():
+    with tempfile.NamedTemporaryFile() as file:
+        subprocess.run(["strip", "-o", file.name, f"{Side.programs}/../lib/kavrel.so"], check=True)
+        return os.path.getsize(file.name)
+
+
+def collect(operations):
+    """All that is recorded, by its name."""
+    figures = {"kavrel.so: bytes, stripped": stripped_size(), "new: instructions outside publish": outside_publish()}
+    foreign = Side("foreign", on_bus=True)
+    for operation, on_bus in [*((operation, False) for operation in operations), ("new", True)]:
+        if operation == "remove":
+            continue  # how often the event loop turns meanwhile is the machine's mood
+        counts = count("plugin", operation, on_bus)
+        name = operation + (" to another server" if on_bus else "")
+        figures[f"{name}: instructions"] = counts.instructions
+        figures[f"{name}: system calls"] = counts.steady
+        if operation not in BY_USER:
+            figures[f"{name}: bytes sent"] = counts.sent
+    foreign.end()
+    return figures
+
+
+def record(figures):
+    with open(RECORD, "w") as file:
+        file.writelines(f"{name} = {value:.1f}\n" for name, value in figures.items())
+
+
+def check(figures):
+    """Prints what has changed; whether something did."""
+    recorded = dict(line.rstrip().rsplit(" = ", 1) for line in open(RECORD) if " = " in line)
+    changed = [name for name in {**recorded, **figures}
+               if name not in recorded or name not in figures
+               or abs(figures[name] - float(recorded[name])) > TOLERANCE * float(recorded[name])]
+    for name in changed:
+        print(f"{name}: {recorded.get(name, 'not')} recorded, {figures.get(name, float('nan')):.1f} counted")
+    return bool(changed)
