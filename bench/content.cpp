@@ -9,7 +9,7 @@ QByteArray text(int version)
            QByteArray::number(version % 10);
 }
 
-QByteArray icon() { return QByteArray(10 * 1024, 'i'); }
+QByteArray icon() { return {10 * 1024, 'i'}; }
 
 lumd::Record record(const Item &item)
 {

@@ -18,7 +18,7 @@ bool ForeignServer::handleMessage(const QDBusMessage &message, const QDBusConnec
     } else if (message.member() == QLatin1String("GetServerInformation")) {
         reply << QStringLiteral("foreign") << QString() << QStringLiteral("1") << QStringLiteral("1.2");
     } else if (message.member() == QLatin1String("Notify")) {
-        const QVariantMap hints = qdbus_cast<QVariantMap>(arguments.value(6));
+        const auto hints = qdbus_cast<QVariantMap>(arguments.value(6));
         QString looks = arguments.value(0).toString() + arguments.value(3).toString() + arguments.value(4).toString() +
                         arguments.value(5).toStringList().join(QLatin1Char('\n')) + arguments.value(7).toString();
         for (const QString &hint :

@@ -3,9 +3,9 @@
    down the instructions in between; strace shows two calls of access(). */
 #pragma once
 
-#include <stdio.h>
+#include <stdio.h> // NOLINT(modernize-deprecated-headers): a C header
 #include <sys/resource.h>
-#include <time.h>
+#include <time.h> // NOLINT(modernize-deprecated-headers)
 #include <unistd.h>
 #include <valgrind/callgrind.h>
 
