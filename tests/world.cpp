@@ -97,6 +97,12 @@ World::~World()
     QVERIFY2(lumd::liveRecords() == 0, "host records leaked");
 }
 
+void World::add(const QByteArray &key, Fields fields) const
+{
+    fields.emplace_back(field::notification::key, key);
+    host->add(record(lumd::notificationRecord, fields).get());
+}
+
 QVariantMap World::only()
 {
     const DesktopNotificationList list = desktop();

@@ -38,11 +38,7 @@ public:
     void unload() { m_plugin.unload(); }
 
     /// The host adds a notification.
-    void add(const QByteArray &key, Fields fields = {}) const
-    {
-        fields.emplace_back(field::notification::key, key);
-        host->add(record(lumd::notificationRecord, fields).get());
-    }
+    void add(const QByteArray &key, Fields fields = {}) const;
     /// Runs `work` on the server's thread, and settles.
     void onServer(const std::function<void(Server &)> &work)
     {
