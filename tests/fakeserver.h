@@ -113,7 +113,8 @@ private:
         } else if (call.member() == "GetNotifications") {
             NotificationKeys keys;
             for (const DesktopNotification &notification : qAsConst(shown)) {
-                keys.insert(notification.id, notification.hints["x-vorn-origin-key"].toString());
+                const QString key = notification.hints["x-vorn-origin-key"].toString();
+                notification.hints["x-vorn-owner"] == arguments[0] ? void(keys.insert(notification.id, key)) : void();
             }
             reply << QVariant::fromValue(keys);
         } else if (call.member() == "Notify") {

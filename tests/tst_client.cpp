@@ -19,6 +19,15 @@ namespace
 const QStringList ours = {"persistence", "x-vorn-remote-actions"};
 const QStringList foreign = {"actions", "body-markup", "persistence"};
 
+struct Bus : QProcess {
+    Bus()
+    {
+        start("dbus-daemon", {"--session", "--nofork", "--print-address"});
+        address = waitForReadyRead() ? readLine().trimmed() : QByteArray();
+    }
+    QString address;
+};
+
 /// A program that shows one notification a key, as the plug-in does, on a fake server.
 struct Program {
     explicit Program(const QStringList &capabilities, const QString &bus = {})
@@ -66,6 +75,14 @@ struct Program {
             one.id != 0 ? server->close(one.id) : void();
         });
         return key;
+    }
+    /// Another one takes the server's place on the bus, with what the one before has shown, or with nothing.
+    void changeServer(const QStringList &capabilities, const QString &bus, bool remembers)
+    {
+        QMap<uint, DesktopNotification> kept;
+        server->run([&] { remembers ? kept.swap(server->shown) : void(); });
+        server.reset();
+        server = std::make_unique<FakeServer>(capabilities, bus, kept);
     }
     static void clear() { closeAll(Notification::notifications()); }
     static void closeAll(const QList<QObject *> &notifications)
@@ -144,6 +161,9 @@ const Row rows[] = {
     {"dismissed while an update is refused", [](auto &p, auto &s) {
         s.answer = refuse; s.hold(); p.add("k", "2"); p.add("l", "1"); s.close(1); p.settle(); s.release(); },
         "", "k gone"},
+    {"dismissed before an update is refused at once", [](auto &p, auto &s) {
+        s.keepsIds = true; p.add("k", "2"); p.settle();
+        s.answer = refuse; s.close(1); p.add("k", "3"); }, "", "k gone"},
     {"an update is refused, the next one is not", [](auto &p, auto &s) {
         s.answer = refuse; p.add("k", "2"); p.add("l", "2");
         s.answer = nullptr; p.add("k", "3"); p.add("l", "3"); }, "k3 l3"},
@@ -160,8 +180,19 @@ const Row rows[] = {
         k->close(); k->close(); p.settle();
         s.signal("NotificationClosed", {1U, 2U});
         QCOMPARE(s.calls.join(' '), "Notify Close 1"); }, "", "k gone"},
-    {"another's server expires a pop-up", [](auto &p, auto &s) {
-        s.signal("NotificationClosed", {1U, 1U}); p.settle(); p.remove("k"); }, "", "", foreign},
+    {"another's server expires a pop-up, and forgets it", [](auto &p, auto &s) {
+        s.signal("NotificationClosed", {1U, 1U}); p.settle(); s.shown.clear();
+        QCOMPARE(p.told, QStringList());
+        Program::clear(); p.settle(); p.add("k", "1");
+        QCOMPARE(s.calls, (QStringList{"Notify", "Close 1", "Notify"})); }, "1", "k gone", foreign},
+    {"leftovers are listed late", [](auto &p, auto &s) {
+        s.shown[7] = {7, {}, {}, {}, {}, {}, {{"x-vorn-owner", "tst_client"}}, 0};
+        s.hold(); qDeleteAll(Notification::notifications()); p.add("l", "1"); s.release(); }, "k1 l1"},
+    {"without a key", [](auto &p, auto &s) { s.hold(); p.add({}, "1"); p.add({}, "2"); s.release(); }, "2 k1"},
+    {"closed, published again and destroyed before that is told", [](auto &, auto &s) {
+        Notification one;
+        one.setSummary("1"); s.answer = refuse; one.publish(); one.close(); s.answer = nullptr; one.publish(); },
+        "1 k1"},
     {"messages are cleared on another's server", [](auto &, auto &) {
         Notification message; message.setSummary("message"); message.publish(); Program::clear(); },
         "", "k gone", foreign},
@@ -190,7 +221,7 @@ private Q_SLOTS:
         Notification notification;
         for (int i = 0; i < 3; ++i) {
             notification.publish();
-            QCOMPARE(Notification::notifications(), QList<QObject *>());
+            qDeleteAll(Notification::notifications());
         }
         QVERIFY2(elapsed.elapsed() < 1500, qPrintable(QString::number(elapsed.elapsed())));
         ::close(silent);
@@ -214,7 +245,6 @@ private Q_SLOTS:
         Program program(foreign);
         program.server->hold();
         program.add("k", "1"), program.add("l", "1"), program.add("k", "2");
-        program.settle();
         QCOMPARE(program.server->calls, QStringList());
         program.server->release();
         QCOMPARE(program.shown(), "1 2"); // without our own hints
@@ -225,25 +255,11 @@ private Q_SLOTS:
         QCOMPARE(program.server->calls, (QStringList{"Notify", "Notify", "call k"}));
     }
 
-    void leftoversAreListedLate()
-    {
-        Program program(ours);
-        program.server->shown[7].id = 7;
-        program.server->hold();
-        QCOMPARE(Notification::notifications(), QList<QObject *>());
-        program.add("k", "1");
-        program.server->release();
-        QCOMPARE(program.shown(), "k1");
-    }
-
     /// On a bus, which server an identifier is from matters: whoever was there before, and whatever it remembers.
     void serversChange()
     {
-        QProcess daemon;
-        daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        QVERIFY(daemon.waitForReadyRead());
-        const QString bus = daemon.readLine().trimmed();
-        Program program(ours, bus);
+        const Bus bus;
+        Program program(ours, bus.address);
         program.server->hold(); // as one that has just been activated
         for (const char *const text : {"1", "2"}) {
             program.add("k", text), program.add("l", text);
@@ -251,24 +267,24 @@ private Q_SLOTS:
         program.server->release();
         QCOMPARE(program.shown(), "k2 l2");
         QCOMPARE(program.server->calls.size(), 2);
-        const QMap<uint, DesktopNotification> remembered = {{1, program.server->shown[1]},
-                                                            {2, {2, {}, {}, "other's", {}, {}, {}, 0}}};
-
+        const DesktopNotification other = {2, {}, {}, "other's", {}, {}, {}, 0};
+        const QMap<uint, DesktopNotification> remembered = {{1, program.server->shown[1]}, {2, other}};
         program.server.reset();
-        program.server = std::make_unique<FakeServer>(ours, bus, remembered);
+        program.server = std::make_unique<FakeServer>(ours, bus.address, remembered);
         QTRY_COMPARE(program.shown(), "k2 l2 other's"); // which was not taken for l
         QCOMPARE(program.server->calls, QStringList{"Notify"});
-        program.add("k", "3");
-        program.server->close(program.live["l"]->replacesId());
-        QCOMPARE(program.shown(), "k3 other's");
-        QCOMPARE(program.told, QStringList{"l gone"});
 
-        program.server.reset();
-        program.server = std::make_unique<FakeServer>(foreign, bus);
-        QTRY_COMPARE(program.shown(), "3");
+        program.changeServer(foreign, bus.address, false);
+        QTRY_COMPARE(program.shown(), "2 2");
         QCOMPARE(program.server->shown.first().hints["suppress-sound"], QVariant(true));
-        program.remove("k");
+        program.server->hold();
+        Program::clear(); // which it does not live to see
+        program.server.reset();
+        QTRY_COMPARE(program.told, (QStringList{"k gone", "l gone"}));
+        program.add("m", "1"), Program::clear();
+        program.server = std::make_unique<FakeServer>(foreign, bus.address);
         QCOMPARE(program.shown(), "");
+        QCOMPARE(program.told.last(), "m gone");
     }
 
     /// However it answers, a server may not hold up the thread for more than 1.5 s in 10 s.
@@ -308,23 +324,27 @@ private Q_SLOTS:
     void randomEvents_data()
     {
         QTest::addColumn<QStringList>("capabilities");
-        QTest::newRow("our server") << ours;
-        QTest::newRow("another that keeps identifiers") << foreign + QStringList{"keeps"};
+        QTest::addColumn<bool>("changing");
+        QTest::newRow("our server") << ours << false;
+        QTest::newRow("another that keeps identifiers") << foreign << false;
+        QTest::newRow("servers that come and go") << ours << true;
     }
     void randomEvents()
     {
         QFETCH(QStringList, capabilities);
+        QFETCH(bool, changing);
         const uint seed =
             qEnvironmentVariable("KAVREL_SEED", QString::number(QRandomGenerator::global()->generate())).toUInt();
         QTest::qWarn(qPrintable(QString("KAVREL_SEED=%1").arg(seed)));
         QRandomGenerator random(seed);
-        Program program(capabilities);
-        FakeServer &server = *program.server;
-        server.keepsIds = capabilities.contains("keeps");
+        const std::unique_ptr<Bus> bus(changing ? new Bus : nullptr);
+        Program program(capabilities, bus ? bus->address : QString());
+        program.server->keepsIds = capabilities == foreign;
         QMap<QString, QString> certain; // what nobody has touched since it was added
         for (int step = 1; step <= qEnvironmentVariable("KAVREL_STEPS", "5000").toInt(); ++step) {
             const QString key(QChar('a' + random.bounded(6)));
-            const int what = random.bounded(100);
+            const int what = random.bounded(changing ? 101 : 100);
+            FakeServer &server = *program.server;
             // clang-format off
             if (what < 40) { program.add(key, certain[key] = QString::number(random.bounded(100))); }
             else if (what < 55) { program.remove(key); certain.remove(key); }
@@ -333,16 +353,17 @@ private Q_SLOTS:
             else if (what < 85) { server.handleOne(); }
             else if (what < 90) { program.settle(); }
             else if (what < 92) { Program::clear(); certain.clear(); }
-            else { server.release(); }
+            else if (what < 100) { server.release(); }
+            else { program.changeServer(capabilities, bus->address, random.bounded(2) == 0); }
             // clang-format on
             if (step % 20 != 0) {
                 continue;
             }
-            server.release();
+            program.server->release();
             QStringList expected;
             program.settle();
             for (auto live = program.live.cbegin(); live != program.live.cend(); ++live) {
-                expected << (server.keepsIds ? "" : live.key()) + (*live)->summary();
+                expected << (capabilities == foreign ? "" : live.key()) + (*live)->summary();
             }
             expected.sort();
             QCOMPARE(program.shown(), expected.join(' '));

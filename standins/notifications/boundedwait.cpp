@@ -57,9 +57,9 @@ BoundedWait::BoundedWait()
 
 BoundedWait::~BoundedWait() = default;
 
-void BoundedWait::reset()
+void BoundedWait::reset(qint64 waitedMs)
 {
-    m_budgetMs = maximumMs;
+    m_budgetMs = std::max(maximumMs - static_cast<double>(waitedMs), 0.0);
     m_clock.start();
     m_disappointed = false;
 }

@@ -23,8 +23,8 @@ public:
     void heard(qint64 afterMs);
     /// There is another server, which has not disappointed yet.
     void trust() { m_disappointed = false; }
-    /// There is another connection: the time for waiting is counted anew.
-    void reset();
+    /// There is another connection, for which so much was waited already: the time for waiting is counted anew.
+    void reset(qint64 waitedMs = 0);
 
 private:
     class Doorbell;

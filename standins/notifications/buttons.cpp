@@ -46,16 +46,16 @@ QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
             continue;
         }
         const QStringList choices = input(action).value(QStringLiteral("choices")).toStringList();
+        const int before = buttons.size();
         for (int i = 0; i < qMin(choices.size(), maximumChoices); ++i) {
-            if (choices.at(i).isEmpty()) {
-                continue;
+            if (!choices.at(i).isEmpty()) {
+                buttons.append({QStringLiteral("%1#%2").arg(name).arg(i), choices.at(i), action, choices.at(i)});
             }
-            buttons.append({QStringLiteral("%1#%2").arg(name).arg(i), choices.at(i), action, choices.at(i)});
         }
         if (inlineReply && input(action).value(QStringLiteral("freeInput")).toBool()) {
             buttons.append({inlineReplyKey(), label, action, {}});
             inlineReply = false;
-        } else if (choices.isEmpty() && !tap.isEmpty()) {
+        } else if (buttons.size() == before && !tap.isEmpty()) {
             buttons.append({name, label, tap, {}});
         }
     }

@@ -2,7 +2,6 @@
 #include "standins/notifications/foreign.h"
 
 #include "standins/notifications/buttons.h"
-#include "standins/notifications/wire.h"
 #include "standins/protocol/hints.h"
 
 #include <algorithm>

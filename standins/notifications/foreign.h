@@ -5,5 +5,8 @@
 #include "standins/notifications/notification_p.h"
 #include "standins/protocol/desktopnotification.h"
 
+/// How long a transient notification is shown there. Some servers never take it away, so we do.
+constexpr int transientMs = 4000;
+
 /// Makes of `wire` what shows `content` best on a server that is not ours: it knows the protocol and nothing else.
 void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server);

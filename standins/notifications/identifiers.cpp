@@ -10,13 +10,15 @@ PublicationPtr Identifiers::claim(NotificationPrivate &notification)
     if (notification.publication && notification.publication->state() != Publication::State::Gone) {
         return notification.publication;
     }
+    if (notification.publication) {
+        notification.publication->notification = nullptr;
+    }
     const uint id = std::exchange(notification.id, 0);
-    const auto key = notification.hints.constFind(protocol::hint::originKey());
-    const bool hasKey = key != notification.hints.constEnd(); // and be it an empty one
-    notification.publication = id != 0 ? find(id) : hasKey ? m_orphans.take(key->toString()) : nullptr;
+    const auto fresh = std::make_shared<Publication>(notification);
+    notification.publication = id != 0 ? find(id) : fresh->hasKey() ? m_orphans.take(fresh->key()) : nullptr;
     if (!notification.publication) {
-        notification.publication = std::make_shared<Publication>(notification);
-        id != 0 ? void(notification.publication->identified(id)) : void();
+        notification.publication = fresh;
+        id != 0 ? void(fresh->identified(id)) : void();
     }
     return notification.publication;
 }
@@ -31,20 +33,21 @@ std::vector<std::pair<uint, PublicationPtr>> Identifiers::shown(const std::optio
         }
     }
     for (const PublicationPtr &publication : m_unidentified) {
-        if (publication->isUnanswered() || publication->hasContent()) {
-            all.emplace_back(0, publication);
-        }
+        all.emplace_back(0, publication);
     }
     return all;
 }
 
-std::vector<PublicationPtr> Identifiers::remembered(const NotificationKeys &held) const
+std::vector<std::pair<uint, PublicationPtr>> Identifiers::remembered(const NotificationKeys &held) const
 {
-    std::vector<PublicationPtr> all;
+    std::vector<std::pair<uint, PublicationPtr>> all;
     for (const PublicationPtr &publication : m_unidentified) {
+        const QString &key = publication->key();
         const auto entry = held.constFind(publication->formerId());
-        if (entry != held.constEnd() && *entry == publication->key()) {
-            all.push_back(publication);
+        const bool same = entry != held.constEnd() && *entry == key;
+        const uint id = same ? entry.key() : key.isEmpty() ? 0 : held.key(key); // its answer may have been lost
+        if (id != 0 && publication->state() == Publication::State::Unsent) {
+            all.emplace_back(id, publication);
         }
     }
     return all;
@@ -64,7 +67,7 @@ void Identifiers::file(const PublicationPtr &publication, uint formerId)
     }
     if (!over && id == 0) {
         m_unidentified.insert(publication);
-        if (orphaned && state != State::Closing && !publication->key().isNull()) {
+        if (orphaned && state != State::Closing && publication->hasKey()) {
             m_orphans.insert(publication->key(), publication);
         }
         return;

@@ -33,9 +33,9 @@ public:
     PublicationPtr claim(NotificationPrivate &notification);
     /// What is shown, or will be, each with the identifier that is not ours; of a server that tells, what that holds.
     std::vector<std::pair<uint, PublicationPtr>> shown(const std::optional<NotificationKeys> &held) const;
-    /// What a new server remembers of what the server before it has shown, under the same key: another's identifiers
-    /// may be the same.
-    std::vector<PublicationPtr> remembered(const NotificationKeys &held) const;
+    /// What a new server remembers of what the server before it was sent, each with its identifier: under the same key,
+    /// since another's identifiers may be the same.
+    std::vector<std::pair<uint, PublicationPtr>> remembered(const NotificationKeys &held) const;
 
     /// Puts `publication` where it can be found after anything about it has changed, or away; `formerId` is its
     /// identifier before.

@@ -65,6 +65,7 @@ void Notification::setReplacesId(uint id)
     if (Publications *const publications = Publications::existing()) {
         publications->forget(this);
     }
+    d->publication.reset();
     d->id = id;
 }
 

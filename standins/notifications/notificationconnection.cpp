@@ -3,9 +3,11 @@
 
 #include "standins/notifications/wire.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtDBus/QDBusPendingReply>
 
 #include <limits>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -22,10 +24,14 @@ std::shared_future<void> connectToSessionBus()
 {
     std::promise<void> done;
     std::shared_future<void> future = done.get_future().share();
-    std::thread([done = std::move(done)]() mutable {
-        QDBusConnection::sessionBus();
-        done.set_value();
-    }).detach();
+    try {
+        std::thread([done = std::move(done)]() mutable {
+            QDBusConnection::sessionBus();
+            done.set_value();
+        }).detach();
+    } catch (const std::system_error &) { // there are no more threads
+        return {};
+    }
     return future;
 }
 
@@ -39,7 +45,7 @@ void NotificationConnection::use(const QDBusConnection &connection)
     forgetServer();
     m_watchers = std::make_unique<QObject>();
     m_unanswered = 0;
-    m_heldAbandoned = false;
+    m_heldUnseen = false;
     m_wait.reset();
     // Without a sender: Qt would ask the bus daemon who that is, and wait for the answer without a bound.
     m_connection.connect(QString(), protocol::objectPath(), protocol::service(), QString(), this,
@@ -56,8 +62,11 @@ bool NotificationConnection::isOpen()
     if (m_connection.name().isEmpty()) {
         const bool first = !m_connecting.valid();
         m_connecting = first ? connectToSessionBus() : m_connecting;
-        if (m_connecting.wait_for(first ? connectingTime : connectingTime.zero()) == std::future_status::ready) {
+        const QDeadlineTimer deadline(first ? connectingTime.count() : 0);
+        if (m_connecting.valid() &&
+            m_connecting.wait_for(std::chrono::milliseconds(deadline.remainingTime())) == std::future_status::ready) {
             use(QDBusConnection::sessionBus());
+            m_wait.reset(connectingTime.count() - deadline.remainingTime());
         }
     }
     return m_connection.isConnected();
@@ -67,6 +76,7 @@ void NotificationConnection::forgetServer()
 {
     m_owner.clear();
     m_known = false;
+    m_heldUnseen = true;
     delete std::exchange(m_question, nullptr);
     m_wait.trust();
 }
@@ -158,11 +168,11 @@ void NotificationConnection::takeHeld(const QDBusPendingCall &answer)
     const QDBusPendingReply<NotificationKeys> reply = answer;
     m_question = nullptr;
     m_known = true;
-    const bool late = std::exchange(m_heldAbandoned, false) && !m_caller;
+    const bool unseen = std::exchange(m_heldUnseen, false) && !m_caller;
     if (m_caller && !reply.isError()) {
         *m_caller = reply.value();
     }
-    Q_EMIT known(reply.value(), late);
+    Q_EMIT known(reply.value(), unseen);
 }
 
 std::optional<NotificationKeys> NotificationConnection::held()
@@ -175,7 +185,7 @@ std::optional<NotificationKeys> NotificationConnection::held()
         m_caller = &held;
         knowServer();
         m_caller = nullptr;
-        m_heldAbandoned = !held && m_question;
+        m_heldUnseen = !held && m_question;
     }
     return held;
 }
@@ -235,6 +245,6 @@ void NotificationConnection::onOwnerChanged(const QString & /*name*/, const QStr
         Q_EMIT lost();
     }
     if (!after.isEmpty() && after != m_owner) {
-        Q_EMIT appeared();
+        learn(); // it may remember what is shown, or what has been removed since
     }
 }

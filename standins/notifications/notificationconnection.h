@@ -48,20 +48,18 @@ public:
     /// waiting and `mayWait`, else when the event loop comes to it.
     void notify(const DesktopNotification &notification, bool mayWait, const Taken &taken);
     /// Notifications whose answers have not come.
-    int unanswered() const { return m_unanswered; }
+    size_t unanswered() const { return m_unanswered; }
     /// Whether `answer` is of another server than the one that is known. If so, that one is `lost()`.
     bool isFromAnother(const QDBusPendingCall &answer);
     void closeNotification(uint id);
 
 Q_SIGNALS:
-    /// The server is known. `held` is what it holds, if it tells; `late` if somebody has waited for that in vain.
-    void known(const NotificationKeys &held, bool late);
+    /// The server is known. `held` is what it holds, if it tells; nobody else looks at that if `unseen`.
+    void known(const NotificationKeys &held, bool unseen);
     /// There is no server to ask.
     void missing();
     /// The server is gone, and its identifiers with it.
     void lost();
-    /// There is a server, about which nothing is known yet.
-    void appeared();
     /// A signal of the server.
     void signalled(const QDBusMessage &signal);
 
@@ -89,7 +87,7 @@ private:
     QDBusPendingCallWatcher *m_question = nullptr;       ///< about the server, while it is not known
     std::optional<QDBusPendingCall> m_heldQuestion;      ///< if that has been asked already
     std::optional<NotificationKeys> *m_caller = nullptr; ///< waits for what the server holds
-    bool m_heldAbandoned = false;                        ///< has waited in vain
-    int m_unanswered = 0;
+    bool m_heldUnseen = false; ///< who asked has waited in vain, or nobody asked, after a change of servers
+    size_t m_unanswered = 0;
     BoundedWait m_wait;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/publication.h"
 
+#include "standins/notifications/include/notification.h"
 #include "standins/protocol/hints.h"
 
 #include <utility>
@@ -8,7 +9,8 @@
 namespace
 {
 
-constexpr uint onRequest = 3; ///< reason of closing
+constexpr uint expiry = 1; ///< reason of closing
+constexpr uint onRequest = 3;
 
 uint64_t lastNumber = 0;
 
@@ -18,6 +20,7 @@ Publication::Publication(const NotificationContent &content)
     : m_number(++lastNumber)
     , m_resident(content.resident)
     , m_transient(content.transient)
+    , m_hasKey(content.hints.contains(protocol::hint::originKey()))
     , m_key(content.hints.value(protocol::hint::originKey()).toString())
 {
 }
@@ -34,10 +37,10 @@ Publication::Order Publication::publish(const NotificationContent &content)
     return isUnanswered() ? Order::Nothing : Order::Send;
 }
 
-void Publication::publishAgain(const NotificationContent &content)
+void Publication::publishAgain()
 {
-    if (!m_content) {
-        m_content = content;
+    if (!m_content && notification) {
+        m_content = *notification->d;
         if (m_formerId != 0) {
             m_content->hints.insert(protocol::hint::suppressSound(), true);
         }
@@ -48,6 +51,7 @@ NotificationContent Publication::takeContent()
 {
     NotificationContent content = std::move(m_content).value_or(NotificationContent());
     m_content.reset();
+    m_outdated = true;
     return content;
 }
 
@@ -64,6 +68,8 @@ Publication::Order Publication::identified(uint id)
     m_keptId = id == m_id;
     m_id = id;
     m_closeReason = 0;
+    m_expired = false;
+    m_outdated = false;
     m_state = closing ? State::Left : State::Shown;
     return closing ? Order::Close : proceed();
 }
@@ -72,6 +78,7 @@ Publication::Order Publication::refused()
 {
     const bool closing = m_state == State::Closing;
     const bool lost = m_id == 0 || m_closeReason != 0; // no version is on the screen
+    m_keptId = false;                                  // what is reported now is about the version shown
     if (lost && m_content) {
         m_id = 0;
         m_closeReason = 0;
@@ -97,8 +104,9 @@ Publication::Order Publication::close()
         m_state = State::Gone;
         return Order::Tell;
     case State::Shown:
-        m_state = State::Left;
-        return Order::Close;
+        m_closeReason = m_expired ? onRequest : m_closeReason;
+        m_state = m_expired ? State::Gone : State::Left;
+        return m_expired ? Order::Tell : Order::Close;
     case State::Sent:
     case State::Updating:
         m_state = State::Closing;
@@ -122,7 +130,13 @@ Publication::Order Publication::closed(uint reason)
     return Order::Tell;
 }
 
-void Publication::serverChanged()
+Publication::Order Publication::expired()
+{
+    m_expired = true;
+    return m_transient || m_state == State::Left ? closed(expiry) : Order::Nothing;
+}
+
+Publication::Order Publication::serverChanged()
 {
     const bool left = m_state == State::Left || m_state == State::Closing;
     m_formerId = m_id != 0 ? m_id : m_formerId;
@@ -130,11 +144,14 @@ void Publication::serverChanged()
     m_ahead = 0;
     ++m_sendings; // answers to earlier ones do not matter any more
     m_state = left ? State::Gone : State::Unsent;
+    m_closeReason = left ? onRequest : 0;
+    return left ? Order::Tell : Order::Nothing;
 }
 
-Publication::Order Publication::confirmed()
+Publication::Order Publication::confirmed(uint id)
 {
-    m_id = std::exchange(m_formerId, 0);
+    m_id = id;
+    m_formerId = 0;
     m_state = State::Shown;
     return proceed();
 }

@@ -26,7 +26,8 @@ class Notification;
 /// Sending leads from Unsent to Sent, and from Shown and Left to Updating, since these have an identifier to replace. A
 /// refused update leaves the version before it on the screen, unless that was reported closed meanwhile. A report that
 /// comes while the answer to an update is under way is about the version before: servers answer in order, and some give
-/// a closed identifier to the update again. Closing, published again, is Sent or Updating as before.
+/// a closed identifier to the update again. What the server has expired it may never report as closed: closing that
+/// leads from Shown to Gone at once. Closing, published again, is Sent or Updating as before.
 class Publication
 {
 public:
@@ -47,20 +48,24 @@ public:
     uint id() const { return m_id; }
     /// The identifier that the server before this one gave; 0 if none did.
     uint formerId() const { return m_formerId; }
-    /// The host's key; null when it has none.
+    /// Whether the host has a key for it, and be it an empty one.
+    bool hasKey() const { return m_hasKey; }
     const QString &key() const { return m_key; }
     bool isTransient() const { return m_transient; }
     uint closeReason() const { return m_closeReason; }
     /// Whether something waits until it can be sent.
     bool hasContent() const { return m_content.has_value(); }
+    /// Whether a server may have something else than what was published last.
+    bool isOutdated() const { return m_outdated; }
     bool isUnanswered() const
     {
         return m_state == State::Sent || m_state == State::Updating || m_state == State::Closing;
     }
 
     Order publish(const NotificationContent &content);
-    /// What a server has lost, or none has seen yet: again, without the sound that it has made.
-    void publishAgain(const NotificationContent &content);
+    /// What a server has lost, or none has seen yet, if the object is still there: again, without the sound that it has
+    /// made.
+    void publishAgain();
     NotificationContent takeContent();
     /// Returns the number of this sending.
     int sent();
@@ -77,12 +82,14 @@ public:
     /// resident may have several.
     bool mayInvoke() const { return m_resident || !m_invoked; }
     void invoked() { m_invoked = true; }
+    /// The server has taken it off the screen. Nobody knows whether it keeps it, or will ever report that it is closed.
+    Order expired();
     Order close();
     Order closed(uint reason);
-    /// There is another server, to which the identifier means nothing: back to Unsent, or Gone.
-    void serverChanged();
-    /// The new server has it, under the identifier that the one before gave.
-    Order confirmed();
+    /// There is another server, to which the identifier means nothing: back to Unsent, or Gone, which is to be told.
+    Order serverChanged();
+    /// The new server has it.
+    Order confirmed(uint id);
     /// The server gave the identifier to another one.
     void lostIdentifier();
     void forgetFormerId() { m_formerId = 0; }
@@ -101,8 +108,11 @@ private:
     int m_ahead = 0;
     bool m_keptId = false;  ///< the version shown replaced one with the same identifier
     bool m_invoked = false; ///< the version shown
+    bool m_expired = false;
+    bool m_outdated = true;
     bool m_resident;
     bool m_transient;
+    bool m_hasKey;
     QString m_key;
     std::optional<NotificationContent> m_content;
 };

@@ -2,6 +2,7 @@
 #include "standins/notifications/publications.h"
 
 #include "standins/notifications/buttons.h"
+#include "standins/notifications/foreign.h"
 #include "standins/notifications/include/notification.h"
 #include "standins/notifications/wire.h"
 
@@ -11,7 +12,9 @@
 #include <QtCore/QTimer>
 #include <QtDBus/QDBusPendingReply>
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 Q_LOGGING_CATEGORY(vorn, "vorn.notifications", QtWarningMsg)
 
@@ -19,7 +22,7 @@ namespace
 {
 
 /// Calls that may wait for a server that does not answer, before further notifications are given up.
-constexpr int maximumUnanswered = 1000;
+constexpr size_t maximumUnanswered = 1000;
 constexpr uint expired = 1; ///< reason of closing
 
 } // namespace
@@ -39,11 +42,6 @@ Publications::Publications()
     connect(&m_connection, &NotificationConnection::known, this, &Publications::onKnown);
     connect(&m_connection, &NotificationConnection::missing, this, &Publications::onMissing);
     connect(&m_connection, &NotificationConnection::lost, this, &Publications::onLost);
-    connect(&m_connection, &NotificationConnection::appeared, this, [this] {
-        if (!m_identifiers.unidentified().empty()) {
-            m_connection.learn();
-        }
-    });
 }
 
 bool Publications::use(const QDBusConnection &connection)
@@ -52,8 +50,9 @@ bool Publications::use(const QDBusConnection &connection)
         return false;
     }
     for (const PublicationPtr &publication : m_identifiers.takeAll()) {
-        if (publication->notification) {
-            publication->notification->d->publication.reset();
+        publication->serverChanged();
+        if (Notification *const notification = std::exchange(publication->notification, nullptr)) {
+            notification->d->publication.reset();
         }
     }
     m_connection.use(connection);
@@ -69,8 +68,9 @@ void Publications::publish(Notification *notification)
     m_identifiers.file(publication, 0);
     if (order == Order::Send && known) {
         send(publication, true);
-    } else if (order == Order::Send && !m_connection.isLearning()) {
-        giveUp(publication, "there is no server");
+    } else if (order == Order::Send &&
+               (!m_connection.isLearning() || m_identifiers.unidentified().size() > maximumUnanswered)) {
+        giveUp(publication, "there is no server that answers");
     } // else it goes out once the version before is answered, or the server is known
 }
 
@@ -151,16 +151,16 @@ void Publications::tellClosed(const PublicationPtr &publication)
 void Publications::close(Notification *notification)
 {
     const PublicationPtr publication = notification->d->publication;
-    if (publication && publication->state() == State::Unsent) {
-        publication->close();
-        m_identifiers.file(publication, 0);
+    const uint id = publication ? publication->id() : notification->d->id;
+    const Order order = publication ? publication->close() : Order::Close;
+    publication ? m_identifiers.file(publication, id) : void();
+    if (order != Order::Nothing && id != 0 && m_connection.isOpen()) {
+        m_connection.closeNotification(id);
+    }
+    if (order == Order::Tell) {
         // Later, as if a server had reported it: whoever asks does not expect to be told before this returns.
         const auto tell = [publication] { tellClosed(publication); };
         QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
-    } else if (publication) {
-        report(publication, &Publication::close);
-    } else if (notification->d->id != 0 && m_connection.isOpen()) {
-        m_connection.closeNotification(notification->d->id);
     }
 }
 
@@ -184,21 +184,19 @@ void Publications::forget(Notification *notification)
     }
 }
 
-void Publications::onKnown(const NotificationKeys &held, bool late)
+void Publications::onKnown(const NotificationKeys &held, bool unseen)
 {
     const Identifiers::Set waiting = m_identifiers.unidentified();
-    for (const PublicationPtr &publication : m_identifiers.remembered(held)) {
-        report(publication, &Publication::confirmed);
+    for (const auto &[id, publication] : m_identifiers.remembered(held)) {
+        publication->isOutdated() ? publication->publishAgain() : void();
+        report(publication, [id = id](Publication &p) { return p.confirmed(id); });
     }
-    for (auto entry = held.cbegin(); late && entry != held.cend(); ++entry) {
-        if (!m_identifiers.find(entry.key())) {
-            m_connection.closeNotification(entry.key()); // nobody else could, any more
-        }
+    for (auto entry = held.cbegin(); unseen && entry != held.cend(); ++entry) {
+        // Nobody else could close it any more.
+        m_identifiers.find(entry.key()) ? void() : m_connection.closeNotification(entry.key());
     }
     for (const PublicationPtr &publication : waiting) {
-        if (publication->state() == State::Unsent && publication->notification) {
-            publication->publishAgain(*publication->notification->d);
-        }
+        publication->state() == State::Unsent ? publication->publishAgain() : void();
         publication->forgetFormerId();
         if (publication->state() == State::Unsent && publication->hasContent()) {
             send(publication, false);
@@ -211,18 +209,18 @@ void Publications::onKnown(const NotificationKeys &held, bool late)
 void Publications::onMissing()
 {
     for (const PublicationPtr &publication : Identifiers::Set(m_identifiers.unidentified())) {
-        if (publication->hasContent()) {
-            giveUp(publication, "there is no server");
-        }
+        publication->hasContent() ? giveUp(publication, "there is no server") : void();
     }
 }
 
 void Publications::onLost()
 {
+    std::vector<PublicationPtr> gone;
     for (const PublicationPtr &publication : m_identifiers.takeAll()) {
-        publication->serverChanged();
+        publication->serverChanged() == Order::Tell ? gone.push_back(publication) : void();
         m_identifiers.file(publication, 0);
     }
+    std::for_each(gone.begin(), gone.end(), tellClosed);
 }
 
 void Publications::onSignal(const QDBusMessage &signal)
@@ -238,9 +236,8 @@ void Publications::onSignal(const QDBusMessage &signal)
         const uint reason = arguments.at(1).toUInt();
         // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
         // dismissed it then, and it can still be replaced and closed.
-        if (reason != expired || server.ours || server.staysOnScreen() || publication->isTransient()) {
-            report(publication, [reason](Publication &p) { return p.closed(reason); });
-        }
+        const bool staysInList = reason == expired && !server.ours && !server.staysOnScreen();
+        report(publication, [=](Publication &p) { return staysInList ? p.expired() : p.closed(reason); });
     } else if (notification && server.ours && signal.member() == QLatin1String("ActionInvoked")) {
         Q_EMIT notification->actionInvoked(arguments.at(1).toString());
     } else if (notification && !server.ours && publication->mayInvoke() &&

@@ -40,7 +40,7 @@ private:
     void report(const PublicationPtr &publication, const std::function<Order(Publication &)> &event);
     static void tellClosed(const PublicationPtr &publication);
     void onSignal(const QDBusMessage &signal);
-    void onKnown(const NotificationKeys &held, bool late);
+    void onKnown(const NotificationKeys &held, bool unseen);
     void onMissing();
     void onLost();
 

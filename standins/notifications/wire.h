@@ -5,9 +5,6 @@
 #include "standins/notifications/notification_p.h"
 #include "standins/protocol/desktopnotification.h"
 
-/// How long a transient notification is shown on servers that are not ours. Some never take it away, so we do.
-constexpr int transientMs = 4000;
-
 /// `content` as the arguments of `Notify`, to replace what is shown under `replacesId` unless that is 0.
 DesktopNotification toWire(const NotificationContent &content, uint replacesId, const ServerCapabilities &server);
 /// Whether it might not fit into a D-Bus message, which would cost the whole connection.

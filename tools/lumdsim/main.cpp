@@ -121,7 +121,7 @@ int playScript(const QFile &file, Player *player, const Screen *screen, bool sta
             QCoreApplication::quit();
         }
     };
-    QObject::connect(player, &Player::settled, endWhenDone);
+    QObject::connect(player, &Player::settled, &input, endWhenDone);
     QObject::connect(&input, &Input::ended, [&](int error) {
         ended = true;
         error == 0 ? endWhenDone()

@@ -110,6 +110,7 @@ Q_SIGNALS:
     void closed(uint reason);
 
 private:
+    friend class Publication;
     friend class Publications;
     std::unique_ptr<NotificationPrivate> d;
 };
