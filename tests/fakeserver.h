@@ -29,6 +29,7 @@ public:
     ~FakeServer() override
     {
         run([this] {
+            m_waiting.clear();
             m_listener.reset();
             QDBusConnection::disconnectFromBus(m_peer.name());
             m_peer = QDBusConnection("");
