@@ -14,12 +14,7 @@ static Input *input = nullptr;
 
 static void onTyped(char *line)
 {
-    if (!line) {
-        Q_EMIT input->ended(0);
-        return;
-    }
-    add_history(line);
-    Q_EMIT input->lineRead(line);
+    input->take(line);
     std::free(line); // NOLINT: the library gives it away
 }
 
@@ -44,12 +39,11 @@ Input::~Input()
 
 void Input::read()
 {
-    m_notifier.setEnabled(false); // `wait` runs an event loop
     if (m_typed) {
         rl_callback_read_char();
-        m_notifier.setEnabled(true);
         return;
     }
+    m_notifier.setEnabled(false); // `wait` runs an event loop
     std::array<char, 65536> bytes = {};
     const ssize_t count = ::read(static_cast<int>(m_notifier.socket()), bytes.data(), bytes.size());
     if (count <= 0 && m_buffer.isEmpty()) {
@@ -58,6 +52,19 @@ void Input::read()
     }
     count > 0 ? m_buffer.append(bytes.data(), static_cast<int>(count)) : m_buffer.append('\n');
     next();
+}
+
+void Input::take(const char *line)
+{
+    m_notifier.setEnabled(false);
+    if (!line) {
+        Q_EMIT ended(0);
+        return;
+    }
+    rl_callback_handler_install("", onTyped); // each line ends the editing
+    add_history(line);
+    Q_EMIT lineRead(line);
+    m_notifier.setEnabled(true);
 }
 
 void Input::next()
@@ -72,5 +79,5 @@ void Input::next()
     m_buffer.remove(0, end + 1);
     m_searched = 0;
     Q_EMIT lineRead(line);
-    QTimer::singleShot(0, this, &Input::next); // after signals
+    QTimer::singleShot(0, this, &Input::next); // lets signals be handled between lines
 }

@@ -14,6 +14,9 @@ public:
     /// Leaves the terminal as it was.
     ~Input() override;
 
+    /// Takes over what was typed; null at the end. For the library that edits lines.
+    void take(const char *line);
+
 Q_SIGNALS:
     void lineRead(const QByteArray &line);
     /// All is read, or cannot be for the reason `error`, a number of the system.
