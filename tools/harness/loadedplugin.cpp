@@ -2,12 +2,13 @@
 #include "tools/harness/loadedplugin.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 #include <cstring>
 #include <dlfcn.h>
 
 LoadedPlugin::LoadedPlugin(const QString &file)
-    : m_library(dlopen(QFile::encodeName(file).constData(), RTLD_NOW | RTLD_LOCAL))
+    : m_library(dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL))
 {
     const void *const symbol = m_library ? dlsym(m_library, "_lu_plugin_def") : nullptr;
     if (!symbol) {
