@@ -49,7 +49,7 @@ void checkConfig(const QString &fileName)
         const QString line = QString::fromUtf8(file.readLine()).trimmed();
         const int separator = line.indexOf(QLatin1Char('='));
         if (line.startsWith(QLatin1Char('['))) {
-            ours = line == QLatin1String("[Notifications]");
+            ours = line.mid(1, line.indexOf(QLatin1Char(']')) - 1).trimmed() == QLatin1String("Notifications");
         } else if (ours && separator > 0 && !line.startsWith(QLatin1Char(';')) && !line.startsWith(QLatin1Char('#'))) {
             const QString key = line.left(separator).trimmed();
             const QString text = warning(key, line.mid(separator + 1).trimmed());
