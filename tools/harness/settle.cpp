@@ -5,12 +5,17 @@
 
 #include <QtCore/QCoreApplication>
 
-bool settle(const QDBusConnection &client, int timeoutMs)
+QDBusMessage serverInformation(const QDBusConnection &client, int timeoutMs)
 {
     const QString service = client.baseService().isEmpty() ? QString() : protocol::service(); // a peer has no names
     const QDBusMessage question = QDBusMessage::createMethodCall(service, protocol::objectPath(), protocol::service(),
                                                                  QStringLiteral("GetServerInformation"));
-    const QDBusMessage answer = client.call(question, QDBus::Block, timeoutMs);
+    return client.call(question, QDBus::Block, timeoutMs);
+}
+
+bool settle(const QDBusConnection &client, int timeoutMs)
+{
+    const QDBusMessage answer = serverInformation(client, timeoutMs);
     QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return answer.type() == QDBusMessage::ReplyMessage;

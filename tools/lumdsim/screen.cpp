@@ -9,15 +9,12 @@ using Control = ComVornNotificationsControlInterface;
 QString Screen::watch(const QDBusConnection &client)
 {
     m_client = client;
-    const bool onBus = !client.baseService().isEmpty();
-    const QString service = onBus ? protocol::service() : QString();
-    const QDBusMessage question = QDBusMessage::createMethodCall(service, protocol::objectPath(), protocol::service(),
-                                                                 QStringLiteral("GetServerInformation"));
-    const QDBusMessage answer = m_client.call(question, QDBus::Block, 5000);
+    const QString service = client.baseService().isEmpty() ? QString() : protocol::service();
+    const QDBusMessage answer = serverInformation(client);
     if (answer.type() != QDBusMessage::ReplyMessage) {
         return QStringLiteral("No notification server answers: ") + answer.errorMessage();
     }
-    if (!onBus || answer.arguments().value(0) == QLatin1String("kavrel-notification-server")) {
+    if (service.isEmpty() || answer.arguments().value(0) == QLatin1String("kavrel-notification-server")) {
         registerDesktopNotificationTypes();
         m_control = new Control(service, protocol::objectPath(), client, this);
         m_control->setTimeout(5000);
@@ -59,7 +56,7 @@ void Screen::onShown(const DesktopNotification &notification, bool replaced)
 void Screen::onClosed(uint id, uint reason)
 {
     if (!m_shown.contains(id)) {
-        return; // from before
+        return; // shown before we watched
     }
     const DesktopNotification notification = m_shown.take(id);
     const QString key = notification.hints.value(protocol::hint::originKey()).toString();
