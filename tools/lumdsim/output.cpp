@@ -106,13 +106,15 @@ void Output::removed(const QString &key)
 
 void Output::report(Rank rank, const char *event, const QString &key, uint id, QJsonObject json, const QString &human)
 {
-    const QString subject = key.isEmpty() ? QString::number(id) : key;
-    int &latest = m_lines[subject];
-    latest = m_line != 0 ? m_line : latest;
+    const QString subject = !key.isEmpty() ? key : id != 0 ? QString::number(id) : QString();
+    const int line = m_line != 0 ? m_line : m_lines.value(subject);
+    if (!subject.isEmpty()) {
+        m_lines.insert(subject, line);
+    }
     if (m_json) {
         json.insert(QStringLiteral("event"), QLatin1String(event));
         json.insert(QStringLiteral("key"), key);
-        json.insert(QStringLiteral("line"), latest);
+        json.insert(QStringLiteral("line"), line);
         json.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
         if (id != 0) {
             json.insert(QStringLiteral("id"), static_cast<qint64>(id));

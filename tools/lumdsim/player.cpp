@@ -59,6 +59,7 @@ QString Player::play(const Event &event, int number)
         m_output->flush();
     }
     m_output->begin(0, {});
+    m_screen->setKey({});
     return fault;
 }
 
