@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 /// The hints of a notification, with the type of their value: those of freedesktop.org Desktop Notifications 1.2, those
 /// that several desktops have in common, and our own.
@@ -27,6 +27,11 @@ inline QString imagePath() { return QStringLiteral("image-path"); }
 inline QString soundName() { return QStringLiteral("sound-name"); }
 /// The name of `imagePath()` in version 1.1
 inline QString oldImagePath() { return QStringLiteral("image_path"); }
+/// structure: pixels, after width, height and how they are laid out; its names in versions 1.2, 1.1 and 1.0
+inline QStringList imageData()
+{
+    return {QStringLiteral("image-data"), QStringLiteral("image_data"), QStringLiteral("icon_data")};
+}
 
 // Of several desktops
 

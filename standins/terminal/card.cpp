@@ -67,8 +67,8 @@ QStringList marks(const DesktopNotification &notification)
     add(!notification.appIcon.isEmpty(), QStringLiteral("icon ") + iconName(notification.appIcon));
     const QString picture = hints.value(hint::imagePath()).toString();
     add(!picture.isEmpty(), QStringLiteral("picture ") + iconName(picture));
-    for (const char *const name : {"image-data", "image_data", "icon_data"}) {
-        const QVariantList pixels = hints.value(QLatin1String(name)).toList(); // begins with width and height
+    for (const QString &name : hint::imageData()) {
+        const QVariantList pixels = hints.value(name).toList(); // begins with width and height
         add(pixels.size() > 2,
             QStringLiteral("picture of %1×%2").arg(pixels.value(0).toInt()).arg(pixels.value(1).toInt()));
     }
