@@ -35,3 +35,5 @@ void onSignals(std::initializer_list<int> signals, const std::function<void(int)
         sigaction(signal, &action, nullptr);
     }
 }
+
+int lastSignal() { return latest; }

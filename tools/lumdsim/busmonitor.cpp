@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/busmonitor.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 
@@ -40,18 +41,22 @@ bool BusMonitor::start(const QDBusConnection &client)
 
 bool BusMonitor::settle()
 {
+    m_marked = false;
     m_client.call(busCall("org.freedesktop.DBus", "GetId"), QDBus::Block, patienceMs); // seen after all before it
-    QEventLoop loop;
-    connect(this, &BusMonitor::marked, &loop, &QEventLoop::quit);
-    QTimer::singleShot(patienceMs, &loop, [&loop] { loop.exit(1); });
-    return loop.exec(QEventLoop::ExcludeSocketNotifiers) == 0;
+    QTimer patience;
+    patience.setSingleShot(true);
+    patience.start(patienceMs);
+    while (!m_marked && patience.isActive()) { // an event loop of its own would not run once a signal has ended all
+        QCoreApplication::processEvents(QEventLoop::ExcludeSocketNotifiers | QEventLoop::WaitForMoreEvents);
+    }
+    return m_marked;
 }
 
 bool BusMonitor::handleMessage(const QDBusMessage &message, const QDBusConnection & /*connection*/)
 {
     const QVariantList a = message.arguments();
     if (message.member() == QLatin1String("GetId")) {
-        Q_EMIT marked();
+        m_marked = true;
     } else if (message.signature() == QLatin1String("susssasa{sv}i")) {
         Q_EMIT notified({a.at(1).toUInt(), a.at(0).toString(), a.at(2).toString(), a.at(3).toString(),
                          a.at(4).toString(), a.at(5).toStringList(), plainMap(qdbus_cast<QVariantMap>(a.at(6))),

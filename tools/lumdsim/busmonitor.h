@@ -26,8 +26,8 @@ public:
 Q_SIGNALS:
     /// The arguments of `Notify`; the identifier is that of what is to be replaced.
     void notified(const DesktopNotification &notification);
-    void marked();
 
 private:
     QDBusConnection m_client;
+    bool m_marked = false; ///< what settle() sends was seen
 };

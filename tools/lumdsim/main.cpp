@@ -4,13 +4,15 @@
 #include "standins/terminal/text.h"
 #include "tools/harness/loadedplugin.h"
 #include "tools/harness/serverprocess.h"
+#include "tools/lumdsim/commandline.h"
 #include "tools/lumdsim/configcheck.h"
 #include "tools/lumdsim/hostobject.h"
 #include "tools/lumdsim/input.h"
 #include "tools/lumdsim/player.h"
+#include "tools/lumdsim/status.h"
 
-#include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QTemporaryDir>
@@ -20,68 +22,11 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace
 {
-
-enum Status { Good = 0, NoEnvironment = 1, BadInput = 2, Misuse = 3, Interrupted = 128 };
-
-Status complain(Status status, const QString &what)
-{
-    std::fprintf(stderr, "%s\n", what.toUtf8().constData());
-    return status;
-}
-
-constexpr const char *epilogue = R"(
-A script holds one JSON object a line, such as
-  {"do":"add","key":"k","appName":"Chat","title":"Ada","text":"Hello"}
-lumdsim(1) lists all that it can do. The plug-in logs warnings; this shows all:
-  lumdsim --logging-rules com.velmo.lumd.plugin.notifications.debug=true
-QT_LOGGING_RULES in the environment does the same, and with NO_COLOR set,
-terminals get no colours.
-
-Exit status: 0 played to the end, 1 no plug-in, no server or no reader of the
-output, 2 a bad command line, configuration or script, 3 the plug-in misused
-the host's records, 128 and more ended by a signal.
-)";
-
-/// What is wrong with the command line; empty when nothing is.
-QString setUp(QCommandLineParser *parser)
-{
-    const QDir programs(QCoreApplication::applicationDirPath());
-    const QString built = programs.filePath(QStringLiteral("../lib/kavrel.so"));
-    const QString installed = programs.filePath(QStringLiteral(LUMDSIM_PLUGIN));
-    parser->setApplicationDescription(
-        QStringLiteral("Loads the plug-in as the host daemon does, plays a script of Android\n"
-                       "notifications, and prints what the desktop shows and what the host is told."));
-    parser->addOptions({
-        {QStringLiteral("plugin"), QStringLiteral("Plug-in to load, if not the one that came along."),
-         QStringLiteral("file"), QDir::cleanPath(QFile::exists(built) ? built : installed)},
-        {QStringLiteral("config"), QStringLiteral("Configuration of the host, an INI file."), QStringLiteral("file")},
-        {QStringLiteral("desktop"), QStringLiteral("Notify on this session's desktop.")},
-        {QStringLiteral("server"), QStringLiteral("Notify at this D-Bus address."), QStringLiteral("address")},
-        {QStringLiteral("wait"), QStringLiteral("Stay until all that was shown is gone.")},
-        {QStringLiteral("json"), QStringLiteral("Print one JSON object a line.")},
-        {QStringLiteral("logging-rules"), QStringLiteral("What to log, in Qt's words."), QStringLiteral("rules")},
-        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")},
-        {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Print the version.")},
-    });
-    parser->addPositionalArgument(QStringLiteral("script"),
-                                  QStringLiteral("File to play; the standard input if there is none, or for -."),
-                                  QStringLiteral("[script]"));
-    if (!parser->parse(QCoreApplication::arguments())) {
-        return parser->errorText();
-    }
-    if (parser->positionalArguments().size() > 1) {
-        return QStringLiteral("There can be one script only.");
-    }
-    return parser->isSet(QStringLiteral("desktop")) && parser->isSet(QStringLiteral("server"))
-               ? QStringLiteral("Give either --desktop or --server.")
-               : QString();
-}
 
 /// Plays lines as they come, to the end or to the first that goes wrong; a typing user may go on after that. With
 /// `stay`, goes on until the screen is empty.
@@ -117,17 +62,22 @@ int playScript(const QFile &file, Player *player, const Screen *screen, bool sta
     });
     bool ended = false;
     const auto endWhenDone = [&] {
-        if (ended && (!stay || screen->isEmpty())) {
+        if (std::ferror(stdout) != 0) {
+            QCoreApplication::exit(NoEnvironment);
+        } else if (ended && (!stay || screen->isEmpty())) {
             QCoreApplication::quit();
         }
     };
     QObject::connect(player, &Player::settled, &input, endWhenDone);
+    const QSocketNotifier readerGone(STDOUT_FILENO, QSocketNotifier::Exception);
+    QObject::connect(&readerGone, &QSocketNotifier::activated, [] { QCoreApplication::exit(NoEnvironment); });
     QObject::connect(&input, &Input::ended, [&](int error) {
         ended = true;
         error == 0 ? endWhenDone()
                    : QCoreApplication::exit(complain(BadInput, name + QStringLiteral(": ") + qt_error_string(error)));
     });
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    return lastSignal() != 0 ? Interrupted + lastSignal() : status; // the input may have ended as well
 }
 
 /// Says which records the host had back in a bad state, or not at all.
@@ -163,12 +113,15 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
     Screen screen;
     Player player(host, &screen, &output);
     LoadedPlugin plugin(parser.value(QStringLiteral("plugin")));
-    if (!plugin.errorString().isEmpty() || plugin.load(*host) != 0) {
+    if (!plugin.errorString().isEmpty()) {
         return complain(NoEnvironment, plugin.errorString());
+    }
+    if (plugin.load(*host) != 0) {
+        return complain(NoEnvironment, QStringLiteral("The plug-in's load function failed."));
     }
     QObject object;
     new HostObject(&object, &output);
-    QDBusConnection client(connection); // there is one now
+    QDBusConnection client(connection); // to a peer, the plug-in has made it
     client.registerObject(QStringLiteral("/com/velmo/lumd"), &object);
     const QString obstacle = screen.watch(client);
     const int status = obstacle.isEmpty() ? playScript(script, &player, &screen, parser.isSet(QStringLiteral("wait")))
@@ -176,6 +129,76 @@ int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &sc
     plugin.unload();
     player.settle();
     return recordsMisused() ? Misuse : status;
+}
+
+/// Opens the file with this name or, for "-", the standard input. What is in the way; empty when nothing is.
+QString openScript(const QString &name, bool hasInput, QFile *script)
+{
+    if (name != QLatin1String("-")) {
+        script->setFileName(name);
+        return script->open(QIODevice::ReadOnly) ? QString()
+                                                 : QStringLiteral("%1: %2").arg(name, script->errorString());
+    }
+    return hasInput && script->open(STDIN_FILENO, QIODevice::ReadOnly)
+               ? QString()
+               : QStringLiteral("The standard input is closed.");
+}
+
+/// Sees to the notification server that the plug-in will connect to, and names the connection. What is in the way;
+/// empty when nothing is.
+QString prepareServer(const QCommandLineParser &parser, ServerProcess *server, QString *connection)
+{
+    constexpr const char *variable = "LUMD_P2P_DBUS_ADDRESS"; // without it, the session bus
+    if (parser.isSet(QStringLiteral("desktop"))) {
+        qunsetenv(variable);
+        *connection = QDBusConnection::sessionBus().name();
+        return claimBus(QDBusConnection::sessionBus());
+    }
+    QString address = parser.value(QStringLiteral("server"));
+    if (address.isEmpty()) {
+        if (!server->listen()) {
+            return QStringLiteral("kavrel-notification-server cannot be started.");
+        }
+        address = server->address();
+    }
+    qputenv(variable, address.toUtf8());
+    *connection = QStringLiteral("peerconnection"); // as the plug-in calls it
+    return {};
+}
+
+/// Makes ready all that the plug-in needs, and simulates.
+int run(const QCommandLineParser &parser, bool hasInput)
+{
+    QLoggingCategory::setFilterRules(
+        parser.value(QStringLiteral("logging-rules")).replace(QLatin1Char(';'), QLatin1Char('\n')));
+    std::string error;
+    const QString configFile = parser.value(QStringLiteral("config"));
+    const lumd::Config config = configFile.isEmpty() ? nullptr : lumd::loadConfig(configFile.toStdString(), &error);
+    if (!error.empty()) {
+        return complain(BadInput, QString::fromStdString(error));
+    }
+    checkConfig(configFile);
+    QFile script;
+    QString obstacle = openScript(parser.positionalArguments().value(0, QStringLiteral("-")), hasInput, &script);
+    if (!obstacle.isEmpty()) {
+        return complain(BadInput, obstacle);
+    }
+
+    onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
+    const QTemporaryDir cache; // a host that runs has its icons in the usual place
+    if (!cache.isValid()) {
+        return complain(NoEnvironment,
+                        QStringLiteral("No temporary folder in %1: %2").arg(QDir::tempPath(), cache.errorString()));
+    }
+    qputenv("TMPDIR", QFile::encodeName(cache.path()));
+    ServerProcess server;
+    QString connection;
+    obstacle = prepareServer(parser, &server, &connection);
+    if (!obstacle.isEmpty()) {
+        return complain(NoEnvironment, obstacle);
+    }
+    lumd::Host host(config.get());
+    return simulate(parser, &host, script, connection);
 }
 
 } // namespace
@@ -191,55 +214,18 @@ int main(int argc, char **argv)
     // When nobody reads any more, the plug-in still wants to be unloaded.
     std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationVersion(QStringLiteral(LUMDSIM_VERSION));
     QCommandLineParser parser;
-    const QString fault = setUp(&parser);
+    const QString fault = parseCommandLine(&parser);
     if (!fault.isEmpty()) {
         return complain(BadInput, fault + QStringLiteral("\nlumdsim --help lists what there is."));
     }
+    int status = Good;
     if (parser.isSet(QStringLiteral("version"))) {
-        parser.showVersion();
+        print(QStringLiteral("lumdsim " LUMDSIM_VERSION "\n"));
+    } else if (parser.isSet(QStringLiteral("help"))) {
+        print(helpText(parser));
+    } else {
+        status = run(parser, hasInput);
     }
-    if (parser.isSet(QStringLiteral("help"))) {
-        print(parser.helpText() + QString::fromLatin1(epilogue));
-        return Good;
-    }
-    QLoggingCategory::setFilterRules(
-        parser.value(QStringLiteral("logging-rules")).replace(QLatin1Char(';'), QLatin1Char('\n')));
-
-    std::string error;
-    const std::string configFile = parser.value(QStringLiteral("config")).toStdString();
-    const lumd::Config config = configFile.empty() ? nullptr : lumd::loadConfig(configFile, &error);
-    if (!error.empty()) {
-        return complain(BadInput, QString::fromStdString(error));
-    }
-    checkConfig(parser.value(QStringLiteral("config")));
-    const QString name = parser.positionalArguments().value(0, QStringLiteral("-"));
-    QFile script(name);
-    if (name == QLatin1String("-") ? !hasInput || !script.open(STDIN_FILENO, QIODevice::ReadOnly)
-                                   : !script.open(QIODevice::ReadOnly)) {
-        return complain(BadInput, hasInput ? QStringLiteral("%1: %2").arg(name, script.errorString())
-                                           : QStringLiteral("The standard input is closed."));
-    }
-
-    onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
-    const QTemporaryDir cache; // a host that runs has its icons in the usual place
-    qputenv("TMPDIR", QFile::encodeName(cache.path()));
-    ServerProcess server;
-    QString address = parser.value(QStringLiteral("server"));
-    QString connection = QStringLiteral("peerconnection"); // as the plug-in calls it
-    if (parser.isSet(QStringLiteral("desktop"))) {
-        connection = QDBusConnection::sessionBus().name();
-        const QString obstacle = claimBus(QDBusConnection::sessionBus());
-        if (!obstacle.isEmpty()) {
-            return complain(NoEnvironment, obstacle);
-        }
-    } else if (address.isEmpty()) {
-        server.listen();
-        address = server.address();
-    }
-    constexpr const char *variable = "LUMD_P2P_DBUS_ADDRESS"; // without it, the session bus
-    address.isEmpty() ? qunsetenv(variable) : qputenv(variable, address.toUtf8());
-    lumd::Host host(config.get());
-    return simulate(parser, &host, script, connection);
+    return status == Good && std::ferror(stdout) != 0 ? NoEnvironment : status;
 }
