@@ -24,7 +24,7 @@ class Side:
         self.environment = dict(os.environ, TMPDIR=self.folder, LUMD_P2P_DBUS_ADDRESS=address, QT_HASH_SEED="0")
         self.processes = []
         if not on_bus:
-            self.start("kavrel-notification-server", "--quiet", "--address", address)
+            self.start("kavrel-notification-server", "--quiet", "--exit-with-parent", "--address", address)
         if kind == "bare":  # it sends what the plug-in does, and learns from the server what that is
             self.process = self.start("kavrel-bench-side", "plugin")
             self.run("fill", 1)
