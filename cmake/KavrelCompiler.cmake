@@ -16,7 +16,7 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wcast-align
                     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
-# Qt's logging macros are such.
+# Qt's logging macros are called without arguments for their "...".
 add_compile_options($<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 if(KAVREL_WERROR)
     add_compile_options(-Werror)
@@ -26,6 +26,6 @@ if(NOT KAVREL_SYSTEM_PLATFORM) # a device's headers may use all that Qt offers
                             QT_NO_KEYWORDS QT_STRICT_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x050f00)
 endif()
 add_link_options(LINKER:--as-needed LINKER:-z,relro,-z,now)
-if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=") # of which clang puts the functions into executables only
+if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=") # clang links the sanitizers' functions into executables only
     add_link_options(LINKER:--no-undefined)
 endif()
