@@ -19,12 +19,17 @@ terminal() { setsid -w script -qec "$lumdsim $day" /dev/null </dev/null; }
 escapes() { grep -c $'\e\\[3' || :; }
 [[ $(terminal | escapes) -gt 0 && $(NO_COLOR=1 terminal | escapes) == 0 && $(play | escapes) == 0 ]] || fail "colours"
 
-while IFS='|' read -r expected fault arguments; do
+printf '[ Notifications ]\nNotifAlert = x\n' >"$TMPDIR/wrong.ini"
+while IFS='|' read -r expected fault arguments first; do
     status=0
-    eval "timeout 60 $lumdsim $arguments" >/dev/null 2>"$TMPDIR/said" || status=$?
+    (eval "$first timeout 60 \$lumdsim $arguments") >/dev/null 2>"$TMPDIR/said" || status=$?
     [[ $status == "$expected" && $(<"$TMPDIR/said") == *"$fault"* ]] || fail "$arguments: $status" "$(<"$TMPDIR/said")"
 done <<'CASES'
 1|cannot open shared object|--plugin /nowhere </dev/null
+1|server cannot be started|--plugin "${1%/bin/*}/lib/kavrel.so" </dev/null|cp "$lumdsim" "$TMPDIR/alone"; lumdsim="env PATH=/ $TMPDIR/alone";
+1|No temporary folder in /proc|</dev/null|TMPDIR=/proc
+1|No space left|--help >/dev/full
+0|wrong.ini:2: warning: NotifAlert: there is no such key|--config "$TMPDIR/wrong.ini" </dev/null
 1|No notification server answers|--server unix:path=/nowhere </dev/null
 1|The standard output is closed|- >&-
 2|The standard input is closed|- <&-
@@ -48,8 +53,8 @@ for signal in INT TERM HUP; do
     ! compgen -G "$TMPDIR/lumdsim*" || fail "$signal: icons are left behind"
 done
 
-/usr/bin/python3 - "$lumdsim" <<'PYTHON'
-import dbus, os, subprocess, sys
+timeout 120 /usr/bin/python3 - "$lumdsim" <<'PYTHON'
+import dbus, os, pty, subprocess, sys
 from dbusmock import DBusTestCase as bus
 
 def start(*command, **pipes):
@@ -64,10 +69,28 @@ def shown():
         pass
     return user.List()[0]
 
+def until(text, seen=b""):
+    while text.encode() not in seen:
+        seen += os.read(terminal, 4096)
+
+process, terminal = pty.fork()
+if process == 0:
+    os.execv(sys.argv[1], sys.argv[1:])
+until("Ctrl-D")
+for typed, told in (b'{"do":"add","key":"k"}\r', "●"), (b"\x1b[A\r", "adds k"), (b"\x1b[A\r", "adds k"), (b"\4", "✕"):
+    os.write(terminal, typed)
+    until(told)
+assert os.waitpid(process, 0)[1] == 0
 bus.start_session_bus()
 other, _ = bus.spawn_server_template("notification_daemon", stdout=subprocess.DEVNULL)
 played = day()
 assert "Harbour Lights" in played and "skipped" in played and "exit status 0" in played, played
+waiting = start(sys.argv[1], "--desktop", stdin=subprocess.PIPE)
+waiting.stdin.write('{"do":"wait","ms":60000}\n')
+waiting.stdin.close()
+waiting.stdout.readline()
+waiting.terminate()
+assert waiting.wait() == 143, "a signal while the input ends"
 other.terminate()
 other.wait()
 server = start(os.path.dirname(sys.argv[1]) + "/kavrel-notification-server", "--session", "--quiet")
