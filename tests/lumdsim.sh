@@ -89,10 +89,8 @@ waiting = start(sys.argv[1], "--desktop", stdin=subprocess.PIPE)
 waiting.stdin.write('{"do":"wait","ms":60000}\n')
 waiting.stdin.close()
 waiting.stdout.readline()
-waiting.terminate()
-assert waiting.wait() == 143, "a signal while the input ends"
-other.terminate()
-other.wait()
+assert waiting.terminate() or waiting.wait() == 143, "a signal while the input ends"
+other.terminate(), other.wait()
 server = start(os.path.dirname(sys.argv[1]) + "/kavrel-notification-server", "--session", "--quiet")
 server.stdout.readline()
 assert day() == open("docs/demo.txt").read() + "exit status 0", "the transcript on a bus"
