@@ -39,6 +39,7 @@ public:
         run([&] {
             m_waiting.clear();
             m_listener.reset();
+            m_peer.baseService().isEmpty() || m_peer.unregisterService(protocol::service());
             QDBusConnection::disconnectFromBus(m_peer.name());
             m_peer = QDBusConnection("");
             last.swap(shown);

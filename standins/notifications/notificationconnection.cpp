@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/notificationconnection.h"
 
+#include "standins/notifications/sessionbus.h"
 #include "standins/notifications/wire.h"
 
 #include <QtCore/QDeadlineTimer>
 #include <QtDBus/QDBusPendingReply>
 
 #include <limits>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 namespace
@@ -19,42 +18,33 @@ constexpr std::chrono::milliseconds connectingTime(1000);
 
 QString busService() { return QStringLiteral("org.freedesktop.DBus"); }
 
-/// Connecting waits for the bus daemon's welcome, in Qt for as long as 25 s; here that is another thread's.
-std::shared_future<void> connectToSessionBus()
-{
-    std::promise<void> done;
-    std::shared_future<void> future = done.get_future().share();
-    try {
-        std::thread([done = std::move(done)]() mutable {
-            QDBusConnection::sessionBus();
-            done.set_value();
-        }).detach();
-    } catch (const std::system_error &) { // there are no more threads
-        return {};
-    }
-    return future;
-}
-
 } // namespace
 
 NotificationConnection::NotificationConnection() { registerDesktopNotificationTypes(); }
 
+/// Of a connection that was cut, Qt forgets to tell that this is gone.
+NotificationConnection::~NotificationConnection() { listen(&QDBusConnection::disconnect); }
+
 void NotificationConnection::use(const QDBusConnection &connection)
 {
+    listen(&QDBusConnection::disconnect);
     m_connection = connection;
     forgetServer();
     m_watchers = std::make_unique<QObject>();
     m_unanswered = 0;
     m_heldUnseen = false;
     m_wait.reset();
+    listen(&QDBusConnection::connect);
+}
+
+void NotificationConnection::listen(Listening change)
+{
     // Without a sender: Qt would ask the bus daemon who that is, and wait for the answer without a bound.
-    m_connection.connect(QString(), protocol::objectPath(), protocol::service(), QString(), this,
-                         SLOT(onSignal(QDBusMessage)));
-    if (isBus()) {
-        m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus"), busService(),
-                             QStringLiteral("NameOwnerChanged"), {protocol::service()}, QString(), this,
-                             SLOT(onOwnerChanged(QString, QString, QString, QDBusMessage)));
-    }
+    (m_connection.*change)(QString(), protocol::objectPath(), protocol::service(), QString(), {}, QString(), this,
+                           SLOT(onSignal(QDBusMessage)));
+    (m_connection.*change)(QString(), QStringLiteral("/org/freedesktop/DBus"), busService(),
+                           QStringLiteral("NameOwnerChanged"), {protocol::service()}, QString(), this,
+                           SLOT(onOwnerChanged(QString, QString, QString, QDBusMessage)));
 }
 
 bool NotificationConnection::isOpen()
@@ -84,8 +74,9 @@ void NotificationConnection::forgetServer()
 QDBusMessage NotificationConnection::question(const QString &interface, const QString &method,
                                               const QVariantList &arguments) const
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(isBus() ? protocol::service() : QString(),
-                                                          protocol::objectPath(), interface, method);
+    // To the very server that is known: to another one, the identifiers mean something else.
+    const QString server = isBus() && m_owner.isEmpty() ? protocol::service() : m_owner;
+    QDBusMessage message = QDBusMessage::createMethodCall(server, protocol::objectPath(), interface, method);
     message.setArguments(arguments);
     return message;
 }
@@ -210,15 +201,17 @@ void NotificationConnection::notify(const DesktopNotification &notification, boo
     }
 }
 
-bool NotificationConnection::isFromAnother(const QDBusPendingCall &answer)
+bool NotificationConnection::isGone(const QDBusMessage &answer)
 {
-    const QString sender = answer.reply().service();
-    const bool another = !sender.isEmpty() && sender != busService() && sender != m_owner;
-    if (another) {
+    static const QStringList errors = {QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
+                                       QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
+                                       QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown")};
+    const bool gone = answer.service() == busService() && errors.contains(answer.errorName());
+    if (gone) {
         forgetServer();
         Q_EMIT lost();
     }
-    return another;
+    return gone;
 }
 
 /// The server is told not to answer: nobody would look at it, and one that hangs would leave it outstanding for good.

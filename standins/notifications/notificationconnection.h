@@ -24,6 +24,7 @@ public:
     using Taken = std::function<void(const QDBusPendingCall &answer)>;
 
     NotificationConnection();
+    ~NotificationConnection() override;
 
     /// Talks over `connection` from now on; what is under way is given up.
     void use(const QDBusConnection &connection);
@@ -49,8 +50,8 @@ public:
     void notify(const DesktopNotification &notification, bool mayWait, const Taken &taken);
     /// Notifications whose answers have not come.
     size_t unanswered() const { return m_unanswered; }
-    /// Whether `answer` is of another server than the one that is known. If so, that one is `lost()`.
-    bool isFromAnother(const QDBusPendingCall &answer);
+    /// Whether `answer` is the bus daemon's, because the server went away without one. If so, it is `lost()`.
+    bool isGone(const QDBusMessage &answer);
     void closeNotification(uint id);
 
 Q_SIGNALS:
@@ -68,6 +69,9 @@ private Q_SLOTS:
     void onOwnerChanged(const QString &name, const QString &before, const QString &after, const QDBusMessage &signal);
 
 private:
+    using Listening = bool (QDBusConnection::*)(const QString &, const QString &, const QString &, const QString &,
+                                                const QStringList &, const QString &, QObject *, const char *);
+    void listen(Listening change);
     bool isBus() const { return !m_connection.baseService().isEmpty(); }
     void forgetServer();
     QDBusMessage question(const QString &interface, const QString &method, const QVariantList &arguments) const;

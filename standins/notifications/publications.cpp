@@ -107,12 +107,8 @@ void Publications::take(const PublicationPtr &publication, int sending, const QD
 {
     const QDBusPendingReply<uint> reply = answer;
     const uint id = reply.isError() ? 0 : reply.value();
-    if (!publication->awaits(sending)) {
-        return;
-    }
-    if (m_connection.isFromAnother(answer)) {
-        m_connection.closeNotification(id); // it goes out anew, once the new server is known
-        return m_connection.learn();
+    if (!publication->awaits(sending) || m_connection.isGone(answer.reply())) {
+        return; // to the next server, what is live goes out anew
     }
     if (id == 0) {
         qCWarning(vorn) << "Notification not shown, no identifier was given:" << reply.error().message();
