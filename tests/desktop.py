@@ -109,7 +109,7 @@ class Desktop:
             while True:
                 self.messages.append(self.monitor.receive(timeout=seconds))
 
-    def until(self, condition, what, seconds=5):
+    def until(self, condition, what, seconds=10):
         deadline = time.monotonic() + seconds
         while not (result := condition()):
             assert time.monotonic() < deadline, what
@@ -439,7 +439,7 @@ def restarts(s):
     s.add()
     before = len(s.notified())
     s.restart()
-    s.until(lambda: s.notified()[before:], "not shown again")
+    s.until(lambda: s.notified()[before:], "not shown again", 30)
 
 
 def plain(s):
