@@ -85,7 +85,7 @@ bool createIconCache(const QDir &cache)
         return false;
     }
     // Other plug-ins of this user's may create it, or remove it again, at the same time.
-    for (int attempt = 0; attempt < 10; ++attempt) {
+    for (int attempt = 0; attempt < 100; ++attempt) {
         if (::mkdir(native(cache.path()).constData(), S_IRWXU) == 0 || isTrusted(cache.path())) {
             return true;
         }
