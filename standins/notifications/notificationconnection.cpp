@@ -22,7 +22,7 @@ QString busService() { return QStringLiteral("org.freedesktop.DBus"); }
 
 NotificationConnection::NotificationConnection() { registerDesktopNotificationTypes(); }
 
-/// Of a connection that was cut, Qt forgets to tell that this is gone.
+/// In a connection that was cut, Qt would keep a pointer to this object, and use it.
 NotificationConnection::~NotificationConnection() { listen(&QDBusConnection::disconnect); }
 
 void NotificationConnection::use(const QDBusConnection &connection)
