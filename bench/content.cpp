@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "bench/content.h"
 
-#include "plugin/fields.h"
+#include "tools/harness/record.h"
 
 QByteArray text(int version)
 {
@@ -13,38 +13,33 @@ QByteArray icon() { return {10 * 1024, 'i'}; }
 
 lumd::Record record(const Item &item)
 {
-    namespace id = field::notification;
-    const auto action = [](const char *title, const char *identifier) {
-        lumd::Record element = lumd::newRecord(lumd::actionElementRecord);
-        lumd::setString(element.get(), field::action::title, title);
-        lumd::setString(element.get(), field::action::identifier, identifier);
-        return element;
-    };
-    lumd::Record notification = lumd::newRecord(lumd::notificationRecord);
-    lu_field *const fields = notification.get();
+    namespace n = field::notification;
+    namespace a = field::action;
     // All keys are of one length, so that all messages are.
-    lumd::setString(fields, id::key, "0|com.example.mail|" + std::to_string(1000000 + item.number) + "|null|10083");
-    lumd::setString(fields, id::appName, "Mail");
-    lumd::setString(fields, id::title, "Mira Lund");
-    lumd::setString(fields, id::subText, "mira@example.com");
-    lumd::setString(fields, id::text, text(item.version).toStdString());
-    lumd::setString(fields, id::packageName, "com.example.mail");
-    lumd::setString(fields, id::category, "email");
-    lumd::setInt(fields, id::timestamp, 1700000000000);
-    lumd::setInt(fields, id::color, 0x3366cc);
-    lumd::setInt(fields, id::importance, 3);
-    lumd::setBool(fields, id::clearable, true);
-    lumd::setBool(fields, id::ongoing, true); // stays when it is invoked
-    lumd::setBool(fields, id::vibrate, true);
+    const QByteArray key = "0|com.example.mail|" + QByteArray::number(1000000 + item.number) + "|null|10083";
+    const std::vector<Fields> actions = {
+        {{a::title, QByteArray("default")}, {a::identifier, QByteArray("open")}},
+        {{a::title, QByteArray("Archive")}, {a::identifier, QByteArray("archive")}},
+    };
+    Fields fields = {
+        {n::key, key},
+        {n::appName, QByteArray("Mail")},
+        {n::title, QByteArray("Mira Lund")},
+        {n::subText, QByteArray("mira@example.com")},
+        {n::text, text(item.version)},
+        {n::packageName, QByteArray("com.example.mail")},
+        {n::category, QByteArray("email")},
+        {n::timestamp, 1700000000000LL},
+        {n::color, 0x3366cc},
+        {n::importance, 3},
+        {n::clearable, true},
+        {n::ongoing, true}, // stays when it is invoked
+        {n::vibrate, true},
+        {n::actions, list(actions)},
+    };
     if (item.icons) {
-        const QByteArray bytes = icon();
-        for (const uint32_t field : {id::smallIcon, id::largeIcon}) {
-            lumd::setBytes(fields, field, bytes.constData(), static_cast<size_t>(bytes.size()));
-        }
+        fields.emplace_back(n::smallIcon, icon());
+        fields.emplace_back(n::largeIcon, icon());
     }
-    std::vector<lumd::Record> actions;
-    actions.push_back(action("default", "open"));
-    actions.push_back(action("Archive", "archive"));
-    lumd::setRecords(fields, id::actions, std::move(actions));
-    return notification;
+    return ::record(lumd::notificationRecord, fields);
 }

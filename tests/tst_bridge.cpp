@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "tests/world.h"
+#include "tests/fixture.h"
 
 #include <QtCore/QLoggingCategory>
 
 namespace n = field::notification;
 
-namespace
-{
-
-const Fields withTap = {{n::clearable, true}, {n::actions, list({{{field::action::title, "default"}}})}};
-
-} // namespace
+static const Fields withTap = {{n::clearable, true}, {n::actions, list({{{field::action::title, "default"}}})}};
 
 /// Loading and unloading, and what comes back from the desktop.
 class BridgeTest : public QObject
@@ -42,24 +37,24 @@ private Q_SLOTS:
 
     void unloadingAndLoadingClear()
     {
-        World world;
-        world.host->init();
-        world.host->deinit();
-        world.add("k");
-        QVariantMap hints = world.desktop().value(0).hints;
-        world.unload();
-        QVERIFY(!world.host->hasPlugin());
-        QVERIFY(world.desktop().isEmpty());
-        world.onServer([&hints](Server &server) { // what an earlier run left, and another program's
+        Fixture fixture;
+        fixture.host->init();
+        fixture.host->deinit();
+        fixture.add("k");
+        QVariantMap hints = fixture.desktop().value(0).hints;
+        fixture.unload();
+        QVERIFY(!fixture.host->hasPlugin());
+        QVERIFY(fixture.desktop().isEmpty());
+        fixture.onServer([&hints](Server &server) { // what an earlier run left, and another program's
             server.Notify({}, 0, {}, "mine", {}, {}, hints, -1);
             hints.insert("x-vorn-owner", "someone");
             server.Notify({}, 0, {}, "another's", {}, {}, hints, -1);
         });
-        QVERIFY(QDir().mkpath(world.cachePath() + "/old/icon.png"));
-        world.load();
-        QCOMPARE(world.only()["summary"], "another's");
-        QVERIFY(QDir(world.cachePath()).isEmpty());
-        QCOMPARE(world.happened().filter("told"), QStringList());
+        QVERIFY(QDir().mkpath(fixture.cachePath() + "/old/icon.png"));
+        fixture.load();
+        QCOMPARE(fixture.only()["summary"], "another's");
+        QVERIFY(QDir(fixture.cachePath()).isEmpty());
+        QCOMPARE(fixture.happened().filter("told"), QStringList());
     }
 
     /// Whatever address the environment names, loading succeeds, and adding goes on.
@@ -67,24 +62,24 @@ private Q_SLOTS:
     {
         const QString failed = "failed\ncritical: Could not set p2p dbus connection";
         for (const char *const address : {(const char *)nullptr, "", "unix:path=/nonexistent/bus", "nonsense\xff"}) {
-            World world({}, address);
+            Fixture fixture({}, address);
             const QString used = QString::fromUtf8(qgetenv("LUMD_P2P_DBUS_ADDRESS"));
             const QString tried = "\ndebug: P2P dbus connection \"" + used + "\" " + (address ? failed : "successful");
-            QCOMPARE(world.happened().join('\n'),
+            QCOMPARE(fixture.happened().join('\n'),
                      "debug: Starting notification plugin." + (used.isEmpty() ? "" : tried));
-            world.add("k");
-            world.host->clear();
+            fixture.add("k");
+            fixture.host->clear();
         }
     }
 
     void actionName()
     {
-        World world;
-        world.add("ключ");
+        Fixture fixture;
+        fixture.add("ключ");
         for (const QString name : {"default", "a|b|c", "a|", "|x", "a||", "Да!|№", ""}) {
-            world.happened();
-            world.onServer([&name](Server &server) { Q_EMIT server.ActionInvoked(1, name); });
-            QCOMPARE(world.happened(),
+            fixture.happened();
+            fixture.onServer([&name](Server &server) { Q_EMIT server.ActionInvoked(1, name); });
+            QCOMPARE(fixture.happened(),
                      (QStringList{"debug: actionInvoked 1", "debug: Opening notification \"ключ\" with \"" + name + '"',
                                   "told: action ключ " + (name == "a|" ? "a" : name)}));
         }
@@ -93,64 +88,59 @@ private Q_SLOTS:
     /// Such a notification is shown, but the host is not told of what happens to it; it is shown anew then.
     void emptyKey()
     {
-        World world;
-        world.add("", withTap);
-        world.happened();
-        world.onServer([](Server &server) { server.Invoke(1, "default"); });
+        Fixture fixture;
+        fixture.add("", withTap);
+        fixture.happened();
+        fixture.onServer([](Server &server) { server.Invoke(1, "default"); });
         QCOMPARE(
-            world.happened(),
+            fixture.happened(),
             (QStringList{"debug: actionInvoked 1", "warning: Notification received with empty key",
                          "debug: Notification 1 closed because 2", "warning: Notification received with empty key"}));
-        world.add("");
-        QCOMPARE(world.only()["id"], 2U);
+        fixture.add("");
+        QCOMPARE(fixture.only()["id"], 2U);
     }
 
     /// The host is told once of what the user closed, and not at all of what it removed itself.
     void closed()
     {
-        World world;
-        world.add("k");
-        world.add("l");
-        world.happened();
+        Fixture fixture;
+        fixture.add("k");
+        fixture.add("l");
+        fixture.happened();
         QStringList told;
-        world.host->onRemoved = [&told](const std::string &key) {
+        fixture.host->onRemoved = [&told](const std::string &key) {
             told.append(QString::fromStdString(key));
             QCoreApplication::sendPostedEvents(); // the second signal among them
         };
-        world.onServer([](Server &server) {
+        fixture.onServer([](Server &server) {
             Q_EMIT server.NotificationClosed(1, 4294967295);
             Q_EMIT server.NotificationClosed(1, 2);
         });
-        QCOMPARE(world.happened(), QStringList{"debug: Notification 1 closed because 4294967295"});
+        QCOMPARE(fixture.happened(), QStringList{"debug: Notification 1 closed because 4294967295"});
         for (const char *const key : {"un\"known", (const char *)nullptr, "l"}) {
-            world.host->remove(key);
+            fixture.host->remove(key);
         }
-        bool due = false;
-        QTimer::singleShot(std::chrono::milliseconds(500), Qt::PreciseTimer, this, [&due] { due = true; });
-        while (!due) {
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        }
-        QCOMPARE(world.only()["x-vorn-origin-key"], "k"); // which the server did not really close
+        QTRY_COMPARE(fixture.only()["x-vorn-origin-key"], "k"); // which the server did not really close
         QCOMPARE(told, QStringList{"k"});
-        QCOMPARE(world.happened(), (QStringList{"debug: plugin removeNotification key: \"un\\\"known\"",
-                                                "debug: plugin removeNotification key: \"\"",
-                                                "debug: plugin removeNotification key: \"l\""}));
+        QCOMPARE(fixture.happened(), (QStringList{"debug: plugin removeNotification key: \"un\\\"known\"",
+                                                  "debug: plugin removeNotification key: \"\"",
+                                                  "debug: plugin removeNotification key: \"l\""}));
         QLoggingCategory::setFilterRules({});
-        world.host->remove("k");
-        QCOMPARE(world.happened(), QStringList());
+        fixture.host->remove("k");
+        QCOMPARE(fixture.happened(), QStringList());
     }
 
     void unloadingWithinAReport()
     {
         for (const bool dismissal : {true, false}) {
-            World world;
-            world.host->onRemoved = [&world](const std::string &) { world.unload(); };
-            world.host->onAction = [&world](const std::string &, lu_field *) { world.unload(); };
-            world.add("k", withTap);
-            world.add("l");
-            world.onServer([=](Server &server) { dismissal ? server.Dismiss(1) : server.Invoke(1, "default"); });
-            QVERIFY(world.desktop().isEmpty());
-            QVERIFY(!world.host->hasPlugin());
+            Fixture fixture;
+            fixture.host->onRemoved = [&fixture](const std::string &) { fixture.unload(); };
+            fixture.host->onAction = [&fixture](const std::string &, lu_field *) { fixture.unload(); };
+            fixture.add("k", withTap);
+            fixture.add("l");
+            fixture.onServer([=](Server &server) { dismissal ? server.Dismiss(1) : server.Invoke(1, "default"); });
+            QVERIFY(fixture.desktop().isEmpty());
+            QVERIFY(!fixture.host->hasPlugin());
         }
     }
 };

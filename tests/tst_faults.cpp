@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/world.h"
+#include "tests/fixture.h"
 #include "translation/iconcache.h"
 
 #include <QtCore/QScopeGuard>
@@ -63,6 +63,7 @@ struct CacheFault {
     int mode = 0711; ///< of the folder, if icons are cached
     uid_t user = 0;
     rlim_t room = RLIM_INFINITY;
+    QByteArray tmpdir = {}; ///< where the cache belongs
 };
 
 const QString uncleared = "debug: Cannot clear icon cache dir at \"%1\"";
@@ -90,6 +91,8 @@ const CacheFault cacheFaults[] = {
     {"of a user", Before, same, same, same, Cached, {}, 0711, nobody},
     {"of a user, read-only", Later, lockedFolder, lockedFolder, same, NotCached, {}, 0, nobody},
     {"of a user, in root's", Before, folder, nobodys, same, Cached, uncleared, 0755, nobody},
+    {"of a user, without a temporary folder", Before, same, same, same, NotCached,
+     QString(uncreated).arg("/lumd/notif"), 0, nobody, RLIM_INFINITY, "/nonexistent"},
     {"of a user, in another's", Before, daemons, nobodys, same, NotCached, uncleared, 0, nobody},
 };
 
@@ -112,9 +115,12 @@ private Q_SLOTS:
         umask(0);
         std::signal(SIGXFSZ, SIG_IGN);
         QVERIFY(fault.user == 0 || seteuid(fault.user) == 0);
-        World world;
-        const auto asBefore = qScopeGuard([] { static_cast<void>(seteuid(0)); });
-        const fs::path cache = world.cachePath().toStdString();
+        Fixture fixture;
+        const auto asBefore = qScopeGuard([directory = qgetenv("TMPDIR")] {
+            static_cast<void>(seteuid(0));
+            qputenv("TMPDIR", directory);
+        });
+        const fs::path cache = fixture.cachePath().toStdString();
         const fs::path others = cache.parent_path().parent_path() / "others";
         fs::create_directories(others / "notif");
         std::ofstream(others / "notif" / "k.png") << "precious";
@@ -127,98 +133,82 @@ private Q_SLOTS:
                 QVERIFY(fault.user == 0 || seteuid(fault.user) == 0);
             }
         };
-        world.unload();
+        fixture.unload();
         fs::remove_all(cache.parent_path());
         arrange(Before);
-        world.happened();
-        world.load();
+        qputenv("TMPDIR", fault.tmpdir.isNull() ? qgetenv("TMPDIR") : fault.tmpdir);
+        fixture.happened();
+        fixture.load();
         arrange(Later);
         const rlimit room = {fault.room, RLIM_INFINITY};
         const rlimit anyRoom = {RLIM_INFINITY, RLIM_INFINITY};
         setrlimit(RLIMIT_FSIZE, &room);
-        world.add(
+        fixture.add(
             "k",
             {{n::smallIcon, "i"}, {n::largeIcon, "I"}, {n::clearable, true}, {n::packageName, "p"}, {n::title, "t"}});
         setrlimit(RLIMIT_FSIZE, &anyRoom);
-        const QStringList complaints = world.happened().filter(QRegularExpression("^(warning|critical)|Cannot"));
-        QCOMPARE(complaints.join("; "), QString(fault.log).replace("%1", world.cachePath()));
+        const QStringList complaints = fixture.happened().filter(QRegularExpression("^(warning|critical)|Cannot"));
+        QCOMPARE(complaints.join("; "), QString(fault.log).replace("%1", fixture.cachePath()));
         const bool cached = fault.icons == Cached;
-        QCOMPARE(!world.only()["appIcon"].toString().isEmpty(), cached);
-        QCOMPARE(world.only().contains("image-path"), cached);
+        QCOMPARE(!fixture.only()["appIcon"].toString().isEmpty(), cached);
+        QCOMPARE(fixture.only().contains("image-path"), cached);
         if (cached) {
             const auto mode = [](const fs::path &path) {
                 return static_cast<int>(fs::symlink_status(path).permissions());
             };
-            QCOMPARE(contents(world.cachePath() + "/k.png"), "i");
+            QCOMPARE(contents(fixture.cachePath() + "/k.png"), "i");
             QCOMPARE((QList<int>{mode(cache.parent_path()), mode(cache), mode(cache / "k.png")}),
                      (QList<int>{fault.mode, 0700, 0600}));
         }
-        world.onServer([](Server &server) { server.Dismiss(1); });
+        fixture.onServer([](Server &server) { server.Dismiss(1); });
         QVERIFY(!cached || !fs::exists(cache / "k.png"));
-        world.unload();
+        fixture.unload();
         QCOMPARE(contents(QString::fromStdString(others / "notif/k.png")), "precious");
-    }
-
-    void staleTemporaryDirectory()
-    {
-        World world;
-        world.unload();
-        const QByteArray directory = qgetenv("TMPDIR");
-        qputenv("TMPDIR", "/nonexistent");
-        static_cast<void>(seteuid(nobody)); // root could create the cache in the root directory
-        world.load();
-        world.add("k", {{n::smallIcon, "i"}});
-        const QVariantMap shown = world.only();
-        world.unload();
-        static_cast<void>(seteuid(0));
-        qputenv("TMPDIR", directory);
-        QCOMPARE(shown["appIcon"], "");
-        QVERIFY(world.happened().contains("critical: Cannot create icon cache dir at \"/lumd/notif\""));
     }
 
     void clearedByManyAtOnce()
     {
         const QTemporaryDir directory;
-        std::vector<std::future<bool>> runs(12);
-        for (std::future<bool> &run : runs) {
-            run = std::async(std::launch::async, [&directory] {
-                bool created = true;
+        std::atomic<bool> created = true;
+        std::vector<std::future<void>> runs(12);
+        for (std::future<void> &run : runs) {
+            run = std::async(std::launch::async, [&] {
                 QDir cache(directory.filePath("lumd/notif"));
                 for (int i = 0; i < 200; ++i) {
                     removeIconCache(cache);
                     created = created && (cache.exists() || createIconCache(cache));
                 }
-                return created;
             });
         }
-        QVERIFY(std::all_of(runs.begin(), runs.end(), [](std::future<bool> &run) { return run.get(); }));
+        runs.clear();
+        QVERIFY(created);
     }
 
     void nothingButNull()
     {
-        World world;
-        world.host->remove(nullptr);
-        world.host->dexoptNotify(nullptr, nullptr, std::nan(""));
+        Fixture fixture;
+        fixture.host->remove(nullptr);
+        fixture.host->dexoptNotify(nullptr, nullptr, std::nan(""));
         for (const auto call : {&lumd::Host::add, &lumd::Host::publish, &lumd::Host::installationResult,
                                 &lumd::Host::uninstallationResult}) {
-            (world.host.get()->*call)(nullptr);
+            (fixture.host.get()->*call)(nullptr);
         }
-        QCOMPARE(world.desktop().size(), 4);
+        QCOMPARE(fixture.desktop().size(), 4);
     }
 
     void tooLarge()
     {
-        World world;
-        world.add(QByteArray(300, 'k'), {{n::smallIcon, "i"}, {n::largeIcon, "I"}}); // for the file system
-        QCOMPARE(world.only()["appIcon"], "");
-        QVERIFY(!world.only().contains("image-path"));
+        Fixture fixture;
+        fixture.add(QByteArray(300, 'k'), {{n::smallIcon, "i"}, {n::largeIcon, "I"}}); // for the file system
+        QCOMPARE(fixture.only()["appIcon"], "");
+        QVERIFY(!fixture.only().contains("image-path"));
         const std::vector<Fields> actions(10000, {{field::action::title, "t"}});
-        world.add("k", {{n::text, QByteArray(20000, 'x')}, {n::actions, list(actions)}});
-        QCOMPARE(world.desktop().value(1).actions.size(), 20000);
-        world.add(QByteArray(20000, 'x'), {{n::actions, list(actions)}}); // for a D-Bus message
-        QCOMPARE(world.desktop().size(), 2);
-        world.host->clear();
-        QVERIFY(world.desktop().isEmpty());
+        fixture.add("k", {{n::text, QByteArray(20000, 'x')}, {n::actions, list(actions)}});
+        QCOMPARE(fixture.desktop().value(1).actions.size(), 20000);
+        fixture.add(QByteArray(20000, 'x'), {{n::actions, list(actions)}}); // for a D-Bus message
+        QCOMPARE(fixture.desktop().size(), 2);
+        fixture.host->clear();
+        QVERIFY(fixture.desktop().isEmpty());
     }
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fakeserver.h"
-#include "tests/world.h"
+#include "tests/fixture.h"
 
 namespace n = field::notification;
 namespace a = field::action;
@@ -43,19 +43,19 @@ private Q_SLOTS:
         QFETCH(size_t, row);
         const Profile &profile = profiles[row];
         FakeServer server({"actions", profile.name});
-        World world("[Notifications]\nNotifActionInput=true", server.address().toUtf8());
+        Fixture fixture("[Notifications]\nNotifActionInput=true", server.address().toUtf8());
         const std::vector<Fields> actions = {
             {{a::title, "default"}},
             {{a::title, "Reply"}, {a::identifier, "1"}, {a::freeInput, true}, {a::inputLabel, "Message"}},
             {{a::title, "Mood"}, {a::identifier, "2"}, {a::choices, list(Choices{"Good", "", "Bad"})}},
             {{a::title, "Mute"}, {a::identifier, "3"}}};
-        world.add("k", {{n::text, "a <b>"},
-                        {n::subText, "me & you"},
-                        {n::category, "msg"},
-                        {n::importance, 4},
-                        {n::progress, 1},
-                        {n::progressMax, 4},
-                        {n::actions, list(actions)}});
+        fixture.add("k", {{n::text, "a <b>"},
+                          {n::subText, "me & you"},
+                          {n::category, "msg"},
+                          {n::importance, 4},
+                          {n::progress, 1},
+                          {n::progressMax, 4},
+                          {n::actions, list(actions)}});
         const DesktopNotification shown = server.shown.value(1);
         QCOMPARE(shown.body, profile.body);
         QCOMPARE(shown.actions.join(','),
@@ -69,8 +69,8 @@ private Q_SLOTS:
         server.signal("ActionInvoked", {1U, "never offered"});
         server.signal(profile.signal, {1U, profile.argument});
         server.signal("ActionInvoked", {1U, "default"}); // some report the tap as well
-        world.settle();
-        QCOMPARE(world.happened().filter("told"), QStringList{profile.told});
+        fixture.settle();
+        QCOMPARE(fixture.happened().filter("told"), QStringList{profile.told});
         QCOMPARE(server.calls, (QStringList{"Notify", profile.call}));
     }
 };

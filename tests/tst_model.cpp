@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/world.h"
+#include "tests/fixture.h"
 
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QRandomGenerator>
@@ -54,8 +54,8 @@ int residentKib() { return contents("/proc/self/statm").section(' ', 1, 1).toInt
 } // namespace
 
 /// Random sequences of everything that can happen to many keys at once, checked against the model after every
-/// step. The seed is printed; KAVREL_SEED repeats a run, but for the timing, and tells the steps; KAVREL_STEPS sets its
-/// length. In one of 100,000 steps memory has to stay flat.
+/// step. The seed is printed; KAVREL_SEED repeats a run, but for the timing; KAVREL_STEPS sets its length. In one of
+/// 100,000 steps memory has to stay flat.
 class ModelTest : public QObject
 {
     Q_OBJECT
@@ -66,14 +66,14 @@ private Q_SLOTS:
         const QString seed = qEnvironmentVariable("KAVREL_SEED", QString::number(m_random.generate()));
         const int steps = qEnvironmentVariable("KAVREL_STEPS", "20000").toInt();
         m_random.seed(seed.toUInt());
-        World world;
+        Fixture fixture;
         QLoggingCategory::setFilterRules({});
-        world.happened();
+        fixture.happened();
         int early = 0;
         for (int i = 0; i < steps && !QTest::currentTestFailed(); ++i) {
             letTimersExpire();
-            step(world);
-            compare(world);
+            step(fixture);
+            compare(fixture);
             early = i == steps / 10 ? residentKib() : early;
         }
         qInfo("KAVREL_SEED=%s; %d steps, %d KiB after a tenth, %d in the end", qPrintable(seed), steps, early,
@@ -82,66 +82,61 @@ private Q_SLOTS:
     }
 
 private:
-    void step(World &world)
+    void step(Fixture &fixture)
     {
         Model &model = m_random.bounded(4) == 0 ? *m_recent : m_models[m_random.bounded(48)];
         m_recent = &model;
         model.key = QString("k%1").arg(&model - m_models);
         const int what = m_random.bounded(1000);
         const bool either = m_random.bounded(2) == 0;
-        const auto all = [this](const char *happened, const auto &change) {
-            note(happened);
+        const auto all = [this](const auto &change) {
             std::for_each(std::begin(m_models), std::end(m_models), change);
         };
         if (what < 450) {
             const QString icon = m_random.bounded(4) == 0 ? "icon" : "";
             const QString title = either ? "one" : "another";
-            note("add " + model.key + ' ' + title + ' ' + icon);
             Fields fields = {{n::title, title}, {n::smallIcon, icon}, {n::largeIcon, icon}, {n::clearable, true}};
             fields.emplace_back(n::actions, list({{{field::action::title, "default"}}}));
-            world.add(model.key.toUtf8(), fields);
+            fixture.add(model.key.toUtf8(), fields);
             model.add(title, !icon.isEmpty());
         } else if (what < 740) {
-            remove(world, model);
+            remove(fixture, model);
         } else if (what < 990) {
-            note((either ? "invoke " : "dismiss ") + model.key);
-            world.onServer([id = m_ids.value(model.key), either](Server &server) {
+            fixture.onServer([id = m_ids.value(model.key), either](Server &server) {
                 either ? server.Invoke(id, "default") : server.Dismiss(id);
             });
             model.close(either);
         } else if (what < 995) {
-            world.host->connected();
-            all("connected", [](Model &any) { any.pending = false; });
+            fixture.host->connected();
+            all([](Model &any) { any.pending = false; });
         } else if (what < 999) {
-            world.host->clear();
-            all("clear", [](Model &any) {
+            fixture.host->clear();
+            all([](Model &any) {
                 any.close(false);
                 any.icon = any.largeIcon = false;
             });
         } else {
-            world.unload();
-            world.load();
+            fixture.unload();
+            fixture.load();
             ++m_loads;
-            all("unload, load", [](Model &any) { any.expire(); });
+            all([](Model &any) { any.expire(); });
         }
     }
 
     /// The plug-in's timer and these two fire in the order in which they are armed, however late they are: it
     /// has certainly fired, or certainly not, unless just one of the two has.
-    void remove(World &world, Model &model)
+    void remove(Fixture &fixture, Model &model)
     {
         constexpr std::chrono::milliseconds delay(500);
-        note("remove " + model.key);
         const QByteArray key = model.key.toUtf8();
         if (!model.registered) {
-            return world.host->remove(key);
+            return fixture.host->remove(key);
         }
         model.pending = true;
         ++m_armed;
         QTimer::singleShot(delay, Qt::PreciseTimer, this, [this] { ++m_firing; });
-        world.host->remove(key);
+        fixture.host->remove(key);
         QTimer::singleShot(delay, Qt::PreciseTimer, this, [this, &model, load = m_loads] {
-            note("expired " + model.key);
             if (model.pending && load == m_loads) {
                 model.expire();
             }
@@ -162,16 +157,16 @@ private:
         }
     }
 
-    void compare(World &world)
+    void compare(Fixture &fixture)
     {
         QStringList seen;
         m_ids.clear();
-        for (const DesktopNotification &notification : world.desktop()) {
+        for (const DesktopNotification &notification : fixture.desktop()) {
             const QString key = notification.hints["x-vorn-origin-key"].toString();
             m_ids.insert(key, notification.id);
             seen.append(key + '=' + notification.summary);
         }
-        seen += world.cacheFiles() + world.happened().filter(QRegularExpression("^(?!shown|replaced)"));
+        seen += fixture.cacheFiles() + fixture.happened().filter(QRegularExpression("^(?!shown|replaced)"));
         QStringList expected;
         for (Model &model : m_models) {
             expected += model.seen().split(';', Qt::SkipEmptyParts);
@@ -180,11 +175,6 @@ private:
         seen.sort();
         expected.sort();
         QCOMPARE(seen, expected);
-    }
-
-    static void note(const QString &happened)
-    {
-        qEnvironmentVariableIsSet("KAVREL_SEED") ? QTest::qWarn(qPrintable(happened)) : void();
     }
 
     QRandomGenerator m_random = QRandomGenerator::securelySeeded();

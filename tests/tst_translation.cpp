@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/world.h"
+#include "tests/fixture.h"
 
 #include <notification.h>
 
@@ -42,20 +42,21 @@ QVariantMap with(QVariantMap look, const QVariantMap &differences)
 
 /// What the host does, and how the notification that comes of it looks where nothing else is said.
 struct Deed {
-    std::function<void(const World &)> happen;
+    std::function<void(const Fixture &)> happen;
     QVariantMap look;
 };
 Deed add(const Fields &fields)
 {
-    return {[=](const World &world) { world.add("a|b", fields); }, added};
+    return {[=](const Fixture &fixture) { fixture.add("a|b", fields); }, added};
 }
 Deed say(void (lumd::Host::*call)(lu_field *) const, const QVariantMap &look, const Fields &fields)
 {
-    return {[=](const World &world) { (world.host.get()->*call)(record(lumd::messageRecord, fields).get()); }, look};
+    return {[=](const Fixture &fixture) { (fixture.host.get()->*call)(record(lumd::messageRecord, fields).get()); },
+            look};
 }
 Deed optimise(const char *summary, const char *body, double progress)
 {
-    return {[=](const World &world) { world.host->dexoptNotify(summary, body, progress); }, optimising};
+    return {[=](const Fixture &fixture) { fixture.host->dexoptNotify(summary, body, progress); }, optimising};
 }
 
 } // namespace
@@ -127,28 +128,25 @@ private Q_SLOTS:
             {optimise("s", nullptr, -1), {{"summary", "s"}, {"x-vorn-progress", -1.0}}},
         };
         for (const auto &[deed, differences] : rows) {
-            World world;
-            deed.happen(world);
-            QCOMPARE(described(world.only()), described(with(with(bare, deed.look), differences)));
+            Fixture fixture;
+            deed.happen(fixture);
+            QCOMPARE(described(fixture.only()), described(with(with(bare, deed.look), differences)));
         }
     }
 
     void optimisation()
     {
-        World world;
-        const auto shown = [&world](const char *summary) {
-            world.host->dexoptNotify(summary, "", 0);
-            return world.only()["id"].toUInt();
+        Fixture fixture;
+        const auto shown = [&fixture](const char *summary) {
+            fixture.host->dexoptNotify(summary, "", 0);
+            return fixture.only()["id"].toUInt();
         };
-        QCOMPARE(shown(nullptr), 0U);
-        QCOMPARE(shown("s"), 1U);
-        QCOMPARE(shown("again"), 1U);
-        QCOMPARE(shown(""), 0U);
-        QCOMPARE(shown("s"), 2U);
-        world.host->clear();
+        QCOMPARE((QList<uint>{shown(nullptr), shown("s"), shown("again"), shown(""), shown("s")}),
+                 (QList<uint>{0, 1, 1, 0, 2}));
+        fixture.host->clear();
         QCOMPARE(shown("s"), 3U);
-        world.unload();
-        QVERIFY(world.desktop().isEmpty());
+        fixture.unload();
+        QVERIFY(fixture.desktop().isEmpty());
     }
 
     void iconFiles()
@@ -156,32 +154,33 @@ private Q_SLOTS:
         const QByteArray large(16 * 1024 * 1024, 'L');
         for (const auto &[key, name] : std::initializer_list<std::pair<const char *, QString>>{
                  {"k", "k"}, {"a|b/c\nd", "a_b_c_d"}, {"", ""}, {":../k", ":.._k"}, {"50% #1 é?", "50% #1 é?"}}) {
-            World world;
-            world.happened();
-            world.add(key, {{n::smallIcon, "s"}, {n::largeIcon, large}, {n::color, 1}, {n::clearable, true}});
-            const QString path = world.cachePath() + '/' + name;
-            QCOMPARE(world.happened().mid(0, 3), (QStringList{"debug: Small icon path:  \"" + path + ".png\"",
-                                                              "debug: Large icon path:  \"" + path + "_large.png\"",
-                                                              "debug: notif colour: 1 \"#000001\""}));
+            Fixture fixture;
+            fixture.happened();
+            fixture.add(key, {{n::smallIcon, "s"}, {n::largeIcon, large}, {n::color, 1}, {n::clearable, true}});
+            const QString path = fixture.cachePath() + '/' + name;
+            QCOMPARE(fixture.happened().mid(0, 3), (QStringList{"debug: Small icon path:  \"" + path + ".png\"",
+                                                                "debug: Large icon path:  \"" + path + "_large.png\"",
+                                                                "debug: notif colour: 1 \"#000001\""}));
             QVERIFY(contents(path + "_large.png") == large);
-            QCOMPARE(QUrl(world.only()["appIcon"].toString(), QUrl::StrictMode).toLocalFile(), path + ".png");
-            QCOMPARE(QUrl(world.only()["image-path"].toString(), QUrl::StrictMode).toLocalFile(), path + "_large.png");
-            world.add(key, {{n::smallIcon, "new"}}); // unchanged otherwise
+            QCOMPARE(QUrl(fixture.only()["appIcon"].toString(), QUrl::StrictMode).toLocalFile(), path + ".png");
+            QCOMPARE(QUrl(fixture.only()["image-path"].toString(), QUrl::StrictMode).toLocalFile(),
+                     path + "_large.png");
+            fixture.add(key, {{n::smallIcon, "new"}}); // unchanged otherwise
             QCOMPARE(contents(path + ".png"), "new");
-            world.onServer([](Server &server) { server.Dismiss(1); });
-            QCOMPARE(world.cacheFiles().isEmpty(), *key != 0); // without a key, nobody knows whose they are
+            fixture.onServer([](Server &server) { server.Dismiss(1); });
+            QCOMPARE(fixture.cacheFiles().isEmpty(), *key != 0); // without a key, nobody knows whose they are
         }
     }
 
     void remoteActions()
     {
-        World world("[Notifications]\nNotifActionInput = true\n");
-        world.add("k",
-                  {{n::actions,
-                    list({{{a::title, "default"}, {a::identifier, "9"}},
-                          {{a::title, "Reply"}, {a::identifier, "1"}, {a::inputLabel, "Message"}, {a::freeInput, true}},
-                          {{a::title, "Answer"}, {a::identifier, "2|x"}, {a::choices, list(Choices{"Yes", "No"})}},
-                          {{a::identifier, "3"}}})}});
+        Fixture fixture("[Notifications]\nNotifActionInput = true\n");
+        fixture.add(
+            "k", {{n::actions,
+                   list({{{a::title, "default"}, {a::identifier, "9"}},
+                         {{a::title, "Reply"}, {a::identifier, "1"}, {a::inputLabel, "Message"}, {a::freeInput, true}},
+                         {{a::title, "Answer"}, {a::identifier, "2|x"}, {a::choices, list(Choices{"Yes", "No"})}},
+                         {{a::identifier, "3"}}})}});
         const auto call = [](const char *name, const char *title, const char *method) {
             return Notification::remoteAction(name, title, "com.velmo.lumd", "/com/velmo/lumd", "com.velmo.lumd",
                                               method, {"k", title});
@@ -192,18 +191,18 @@ private Q_SLOTS:
             Notification::actionSetInputFormat(call("Reply|1", "Reply", answer), "Message", true, {}),
             Notification::actionSetInputFormat(call("Answer|2|x", "Answer", answer), "", false, {"Yes", "No"}),
             call("|3", "", "notificationActionInvoke")};
-        const QVariantList shown = world.only()["x-vorn-remote-actions"].toList();
+        const QVariantList shown = fixture.only()["x-vorn-remote-actions"].toList();
         QCOMPARE(QJsonArray::fromVariantList(shown), QJsonArray::fromVariantList(calls));
     }
 
     /// Only what can be seen makes a difference, and the new version takes the place of the old one.
     void updates()
     {
-        World world;
-        const auto update = [&world](const Fields &fields) {
-            world.happened();
-            world.add("k", fields);
-            return world.happened().join('\n');
+        Fixture fixture;
+        const auto update = [&fixture](const Fields &fields) {
+            fixture.happened();
+            fixture.add("k", fields);
+            return fixture.happened().join('\n');
         };
         const QString changed = "debug: Notification  1  ( \"k\" ) was changed\n"
                                 "debug: Published notification  \"k\"  as  1  with importance %1\nreplaced 1";

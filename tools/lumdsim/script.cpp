@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/script.h"
 
-#include "plugin/fields.h"
+#include "tools/harness/record.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
@@ -100,60 +100,56 @@ template <typename Table> auto findByName(const Table &table, const QString &nam
     return std::find_if(table.begin(), table.end(), [&](const auto &row) { return name == QLatin1String(row.name); });
 }
 
-QString setMembers(lu_field *record, const std::vector<Member> &members, const QJsonObject &object, const QDir &base);
+QString readMembers(const QJsonObject &object, const std::vector<Member> &members, const QDir &base, Fields *fields);
 
-/// False when the elements do not fit, with what is wrong with a member of one in `error`.
-bool setList(lu_field *record, uint32_t id, const QJsonArray &array, const QDir &base, QString *error)
+/// Invalid when the elements do not fit, with what is wrong with a member of one in `error`.
+QVariant listValue(const QJsonArray &array, bool ofActions, const QDir &base, QString *error)
 {
-    std::vector<lumd::Record> records;
-    std::vector<std::string> strings;
+    std::vector<Fields> elements;
+    Choices choices;
     for (const QJsonValue &element : array) {
-        if (element.isObject() && id == field::notification::actions) {
-            records.push_back(lumd::newRecord(lumd::actionElementRecord));
-            *error = setMembers(records.back().get(), actionElement(), element.toObject(), base);
-        } else if (element.isString() && id != field::notification::actions) {
-            strings.push_back(element.toString().toStdString());
+        if (ofActions && element.isObject()) {
+            *error = readMembers(element.toObject(), actionElement(), base, &elements.emplace_back());
+        } else if (!ofActions && element.isString()) {
+            choices.push_back(element.toString().toStdString());
         } else {
-            return false;
+            return {};
+        }
+        if (!error->isEmpty()) {
+            return {};
         }
     }
-    id == field::notification::actions ? lumd::setRecords(record, id, std::move(records))
-                                       : lumd::setStrings(record, id, std::move(strings));
-    return error->isEmpty();
+    return ofActions ? list(elements) : list(choices);
 }
 
-/// False when the value does not fit. Without a record, nothing is set.
-bool setMember(lu_field *record, uint32_t id, const QJsonValue &value, const QDir &base, QString *error)
+/// What the field holds; invalid when the value does not fit.
+QVariant fieldValue(uint32_t id, const QJsonValue &value, const QDir &base, QString *error)
 {
+    const QVariant plain = value.toVariant();
+    const auto only = [](bool fits, const QVariant &fitting) { return fits ? fitting : QVariant(); };
     switch (field::typeCode(id)) {
     case field::String:
-        lumd::setString(record, id, value.toString().toStdString());
-        return value.isString();
+        return only(value.isString(), plain);
     case field::Integer: {
         const QDateTime time = QDateTime::fromString(value.toString(), Qt::ISODate);
-        const QVariant number = time.isValid() ? time.toMSecsSinceEpoch() : value.toVariant();
-        lumd::setInt(record, id, number.toLongLong());
-        return number.userType() == QMetaType::LongLong; // not so if broken, or beyond 64 bits
+        const QVariant number = time.isValid() ? time.toMSecsSinceEpoch() : plain;
+        return only(number.userType() == QMetaType::LongLong, number); // not so if broken, or beyond 64 bits
     }
     case field::Boolean:
-        lumd::setBool(record, id, value.toBool());
-        return value.isBool();
+        return only(value.isBool(), plain);
     case field::Bytes: {
         QFile file(base.filePath(value.toString()));
-        const bool readable = value.isString() && file.open(QIODevice::ReadOnly);
-        const QByteArray bytes = readable ? file.readAll() : QByteArray();
-        lumd::setBytes(record, id, bytes.constData(), static_cast<size_t>(bytes.size()));
-        return readable;
+        return value.isString() && file.open(QIODevice::ReadOnly) ? QVariant(file.readAll()) : QVariant();
     }
     case field::List:
-        return value.isArray() && setList(record, id, value.toArray(), base, error);
+        return only(value.isArray(), listValue(value.toArray(), id == field::notification::actions, base, error));
     default:
-        return value.isDouble();
+        return only(value.isDouble(), plain);
     }
 }
 
 /// What is wrong with the object; empty when nothing is. An absent member is an absent field.
-QString setMembers(lu_field *record, const std::vector<Member> &members, const QJsonObject &object, const QDir &base)
+QString readMembers(const QJsonObject &object, const std::vector<Member> &members, const QDir &base, Fields *fields)
 {
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         const auto member = findByName(members, entry.key());
@@ -161,10 +157,12 @@ QString setMembers(lu_field *record, const std::vector<Member> &members, const Q
             return QStringLiteral("\"%1\" is unknown here").arg(entry.key());
         }
         QString error;
-        if (!setMember(record, member->id, entry.value(), base, &error)) {
+        const QVariant value = fieldValue(member->id, entry.value(), base, &error);
+        if (!value.isValid()) {
             const QString kind = QLatin1String(kinds[field::typeCode(member->id)]);
             return error.isEmpty() ? QStringLiteral("\"%1\" is not %2").arg(entry.key(), kind) : error;
         }
+        fields->emplace_back(member->id, value);
     }
     return {};
 }
@@ -200,7 +198,8 @@ bool readEvent(const QByteArray &line, const QDir &base, Event *event, QString *
         return false;
     }
     event->verb = &*verb;
-    event->record = verb->recordType != 0 ? lumd::newRecord(verb->recordType) : nullptr;
-    *error = setMembers(event->record.get(), verb->members, event->members, base);
+    Fields fields;
+    *error = readMembers(event->members, verb->members, base, &fields);
+    event->record = verb->recordType != 0 ? record(verb->recordType, fields) : nullptr;
     return error->isEmpty();
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "plugin/fields.h"
 #include "standins/config-parser/configparser.h"
 #include "standins/lumd/host.h"
 #include "standins/server/server.h"
 #include "tools/harness/loadedplugin.h"
+#include "tools/harness/record.h"
 #include "tools/harness/settle.h"
 
 #include <QtCore/QDir>
@@ -15,25 +15,16 @@
 
 #include <functional>
 
-/// A host record's fields. What holds bytes takes texts; an action list takes `list`, a choice list `Choices`.
-using Fields = std::vector<std::pair<uint32_t, QVariant>>;
-using Choices = std::vector<std::string>;
-Q_DECLARE_METATYPE(Fields)
-Q_DECLARE_METATYPE(Choices)
-inline QVariant list(const std::vector<Fields> &actions) { return QVariant::fromValue(actions); }
-inline QVariant list(const Choices &choices) { return QVariant::fromValue(choices); }
-lumd::Record record(uint32_t type, const Fields &fields);
-
 /// What a test starts from: a host with the real plug-in loaded, and a real notification server in a thread of
 /// its own at the other end of a real peer connection. Everything is private to the test and ends with it;
 /// misuse of host records and leaked records fail the test. The server's identifiers begin with 1.
-class World
+class Fixture
 {
 public:
     /// `config` is INI text, empty for a host without a configuration; `address`, if not null, stands in the
     /// environment instead of the server's.
-    explicit World(const std::string &config = {}, const char *address = nullptr);
-    ~World();
+    explicit Fixture(const std::string &config = {}, const char *address = nullptr);
+    ~Fixture();
     void load() { QCOMPARE(m_plugin.load(*host), 0); }
     void unload() { m_plugin.unload(); }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/world.h"
+#include "tests/fixture.h"
 
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QThreadPool>
@@ -13,7 +13,7 @@ void collect(QtMsgType type, const QMessageLogContext &context, const QString &t
 {
     static const char *const levels[] = {"debug: ", "warning: ", "critical: ", "fatal: ", "info: "};
     if (qstrcmp(context.category, "com.velmo.lumd.plugin.notifications") == 0) {
-        World::events.append(levels[type] + text);
+        Fixture::events.append(levels[type] + text);
     } else {
         previousHandler(type, context, text);
     }
@@ -32,28 +32,7 @@ QString reported(const std::string &key, lu_field *action)
 
 } // namespace
 
-lumd::Record record(uint32_t type, const Fields &fields)
-{
-    lumd::Record built = lumd::newRecord(type);
-    lu_field *const record = built.get();
-    for (const auto &[id, value] : fields) {
-        const std::string bytes = value.toByteArray().toStdString();
-        const field::TypeCode code = field::typeCode(id);
-        std::vector<lumd::Record> records;
-        for (const Fields &element : value.value<std::vector<Fields>>()) {
-            records.push_back(::record(lumd::actionElementRecord, element));
-        }
-        code == field::String         ? lumd::setString(record, id, bytes)
-        : code == field::Integer      ? lumd::setInt(record, id, value.toLongLong())
-        : code == field::Boolean      ? lumd::setBool(record, id, value.toBool())
-        : code == field::Bytes        ? lumd::setBytes(record, id, bytes.data(), bytes.size())
-        : value.canConvert<Choices>() ? lumd::setStrings(record, id, value.value<Choices>())
-                                      : lumd::setRecords(record, id, std::move(records));
-    }
-    return built;
-}
-
-World::World(const std::string &config, const char *address)
+Fixture::Fixture(const std::string &config, const char *address)
     : m_config(config.empty() ? nullptr : lumd::parseConfig(config, "test.ini", nullptr))
 {
     qputenv("TMPDIR", m_directory.path().toUtf8());
@@ -65,9 +44,9 @@ World::World(const std::string &config, const char *address)
 
     host = std::make_unique<lumd::Host>(m_config.get());
     host->onRemoved = [](const std::string &key) {
-        World::events.append("told: removed " + QString::fromStdString(key));
+        Fixture::events.append("told: removed " + QString::fromStdString(key));
     };
-    host->onAction = [](const std::string &key, lu_field *action) { World::events.append(reported(key, action)); };
+    host->onAction = [](const std::string &key, lu_field *action) { Fixture::events.append(reported(key, action)); };
 
     m_server->moveToThread(&m_thread);
     QObject::connect(&m_thread, &QThread::finished, m_server, &QObject::deleteLater);
@@ -81,7 +60,7 @@ World::World(const std::string &config, const char *address)
     load();
 }
 
-World::~World()
+Fixture::~Fixture()
 {
     unload();
     QThreadPool::globalInstance()->waitForDone(); // an alert command uses the directory
@@ -97,13 +76,13 @@ World::~World()
     QVERIFY2(lumd::liveRecords() == 0, "host records leaked");
 }
 
-void World::add(const QByteArray &key, Fields fields) const
+void Fixture::add(const QByteArray &key, Fields fields) const
 {
     fields.emplace_back(field::notification::key, key);
     host->add(record(lumd::notificationRecord, fields).get());
 }
 
-QVariantMap World::only()
+QVariantMap Fixture::only()
 {
     const DesktopNotificationList list = desktop();
     const DesktopNotification shown = list.value(0);

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "standins/lumd/host.h"
+
+#include <QtCore/QVariant>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The fields of a host's record: identifiers, and values that fit their type codes. What holds bytes takes a text or a
+/// byte array; a list takes what `list` makes.
+using Fields = std::vector<std::pair<uint32_t, QVariant>>;
+using Choices = std::vector<std::string>;
+Q_DECLARE_METATYPE(Choices)
+Q_DECLARE_METATYPE(std::vector<Fields>)
+
+/// Of action elements.
+inline QVariant list(const std::vector<Fields> &actions) { return QVariant::fromValue(actions); }
+inline QVariant list(const Choices &choices) { return QVariant::fromValue(choices); }
+
+lumd::Record record(uint32_t type, const Fields &fields);
