@@ -49,6 +49,7 @@ private Q_SLOTS:
             {{a::title, "Reply"}, {a::identifier, "1"}, {a::freeInput, true}, {a::inputLabel, "Message"}},
             {{a::title, "Mood"}, {a::identifier, "2"}, {a::choices, list(Choices{"Good", "", "Bad"})}},
             {{a::title, "Mute"}, {a::identifier, "3"}}};
+        fixture.add("k", {{n::ongoing, true}}); // which it does not stay
         fixture.add("k", {{n::text, "a <b>"},
                           {n::subText, "me & you"},
                           {n::category, "msg"},
@@ -67,11 +68,12 @@ private Q_SLOTS:
 
         server.signal(profile.signal, {8U, profile.argument}); // another program's
         server.signal("ActionInvoked", {1U, "never offered"});
+        server.signal("ActivationToken", {1U, "token"});
         server.signal(profile.signal, {1U, profile.argument});
         server.signal("ActionInvoked", {1U, "default"}); // some report the tap as well
         fixture.settle();
         QCOMPARE(fixture.happened().filter("told"), QStringList{profile.told});
-        QCOMPARE(server.calls, (QStringList{"Notify", profile.call}));
+        QCOMPARE(server.calls, (QStringList{"Notify", "Notify", profile.call}));
     }
 };
 
