@@ -96,6 +96,21 @@ const CacheFault cacheFaults[] = {
     {"of a user, in another's", Before, daemons, nobodys, same, NotCached, uncleared, 0, nobody},
 };
 
+void limitFiles(rlim_t size)
+{
+    const rlimit room = {size, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &room);
+}
+
+QList<int> modes(const std::vector<fs::path> &paths)
+{
+    QList<int> modes;
+    for (const fs::path &path : paths) {
+        modes << static_cast<int>(fs::symlink_status(path).permissions());
+    }
+    return modes;
+}
+
 } // namespace
 
 /// Whatever goes wrong, the host goes on, and notifications appear that can.
@@ -140,25 +155,19 @@ private Q_SLOTS:
         fixture.happened();
         fixture.load();
         arrange(Later);
-        const rlimit room = {fault.room, RLIM_INFINITY};
-        const rlimit anyRoom = {RLIM_INFINITY, RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &room);
+        limitFiles(fault.room);
         fixture.add(
             "k",
             {{n::smallIcon, "i"}, {n::largeIcon, "I"}, {n::clearable, true}, {n::packageName, "p"}, {n::title, "t"}});
-        setrlimit(RLIMIT_FSIZE, &anyRoom);
+        limitFiles(RLIM_INFINITY);
         const QStringList complaints = fixture.happened().filter(QRegularExpression("^(warning|critical)|Cannot"));
         QCOMPARE(complaints.join("; "), QString(fault.log).replace("%1", fixture.cachePath()));
         const bool cached = fault.icons == Cached;
         QCOMPARE(!fixture.only()["appIcon"].toString().isEmpty(), cached);
         QCOMPARE(fixture.only().contains("image-path"), cached);
         if (cached) {
-            const auto mode = [](const fs::path &path) {
-                return static_cast<int>(fs::symlink_status(path).permissions());
-            };
             QCOMPARE(contents(fixture.cachePath() + "/k.png"), "i");
-            QCOMPARE((QList<int>{mode(cache.parent_path()), mode(cache), mode(cache / "k.png")}),
-                     (QList<int>{fault.mode, 0700, 0600}));
+            QCOMPARE(modes({cache.parent_path(), cache, cache / "k.png"}), (QList<int>{fault.mode, 0700, 0600}));
         }
         fixture.onServer([](Server &server) { server.Dismiss(1); });
         QVERIFY(!cached || !fs::exists(cache / "k.png"));
