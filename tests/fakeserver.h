@@ -94,8 +94,10 @@ public:
     QString introspect(const QString & /*path*/) const override { return {}; }
     bool handleMessage(const QDBusMessage &call, const QDBusConnection & /*connection*/) override
     {
-        const bool waits = m_holding && call.member() != "GetServerInformation"; // which tells whether all has arrived
+        const bool asksNothing = call.member() == "GetServerInformation"; // but tells whether all has arrived
+        const bool waits = m_holding && !asksNothing;
         !m_peer.isConnected() ? void() : waits ? m_waiting.append(call) : handle(call);
+        asksNothing && !call.isReplyRequired() ? release() : void(); // reminded
         return true;
     }
 

@@ -5,20 +5,16 @@
 #include "standins/notifications/wire.h"
 
 #include <QtCore/QDeadlineTimer>
+#include <QtCore/QTimer>
 #include <QtDBus/QDBusPendingReply>
 
 #include <limits>
 #include <utility>
 
-namespace
-{
-
 /// How long connecting to the session bus may hold up a thread.
-constexpr std::chrono::milliseconds connectingTime(1000);
+static constexpr std::chrono::milliseconds connectingTime(1000);
 
-QString busService() { return QStringLiteral("org.freedesktop.DBus"); }
-
-} // namespace
+static QString busService() { return QStringLiteral("org.freedesktop.DBus"); }
 
 NotificationConnection::NotificationConnection() { registerDesktopNotificationTypes(); }
 
@@ -116,11 +112,19 @@ void NotificationConnection::learn()
         return;
     }
     const QDBusPendingCall capabilities = send(question(protocol::service(), QStringLiteral("GetCapabilities"), {}));
-    m_heldQuestion.reset();
-    if (!isBus()) {
-        m_heldQuestion = askHeld(); // in one go: at the other end of a peer connection is the platform's own server
-    }
+    // In one go with the other question, since at the other end of a peer connection is the platform's own server.
+    m_heldQuestion = isBus() ? std::nullopt : std::make_optional(askHeld());
     m_question = watch(capabilities, [this](const QDBusPendingCall &answer) { takeCapabilities(answer); });
+    remind(m_question, 1000);
+}
+
+/// Some servers do not see what came while they were starting until something else comes.
+void NotificationConnection::remind(const QObject *asked, int afterMs)
+{
+    QTimer::singleShot(afterMs, asked, [this, asked, afterMs] {
+        m_connection.call(question(protocol::service(), QStringLiteral("GetServerInformation"), {}), QDBus::NoBlock);
+        remind(asked, qMin(2 * afterMs, 3600000));
+    });
 }
 
 QDBusPendingCall NotificationConnection::askHeld() const

@@ -77,6 +77,7 @@ private:
     QDBusMessage question(const QString &interface, const QString &method, const QVariantList &arguments) const;
     QDBusPendingCall send(const QDBusMessage &question) const;
     QDBusPendingCall askHeld() const;
+    void remind(const QObject *asked, int afterMs);
     QDBusPendingCallWatcher *watch(const QDBusPendingCall &call, const Taken &taken);
     void takeCapabilities(const QDBusPendingCall &answer);
     void takeHeld(const QDBusPendingCall &answer);
