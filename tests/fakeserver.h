@@ -86,8 +86,8 @@ public:
         static_cast<void>(m_ran.load());
     }
 
-    bool keepsIds = false;                                          ///< gives a closed identifier to an update again
-    std::function<QDBusMessage(const QDBusMessage &notify)> answer; ///< to `Notify`, instead of showing anything
+    std::atomic<bool> keepsIds = false; ///< gives a closed identifier to an update again
+    std::atomic<QDBusMessage (*)(const QDBusMessage &notify)> answer = nullptr; ///< instead of showing anything
     QMap<uint, DesktopNotification> shown;
     QStringList calls; ///< of methods, but for those that merely ask; of identifiers to close, these too
 
@@ -133,7 +133,8 @@ private:
             reply << QVariant::fromValue(keys);
         } else if (call.member() == "Notify") {
             calls << "Notify";
-            reply = answer ? answer(call) : call.createReply(show(arguments));
+            const auto answering = answer.load();
+            reply = answering ? answering(call) : call.createReply(show(arguments));
         } else if (call.member() == "CloseNotification") {
             calls << QString("Close %1").arg(arguments[0].toUInt());
             shown.contains(arguments[0].toUInt()) ? close(arguments[0].toUInt(), 3) : void();
