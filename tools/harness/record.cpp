@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/harness/record.h"
 
+#include <algorithm>
+
 static lumd::Record actionElement(const Fields &fields) { return record(lumd::actionElementRecord, fields); }
 
 static void setList(lu_field *record, uint32_t id, const QVariant &value)

@@ -20,4 +20,5 @@ Q_DECLARE_METATYPE(std::vector<Fields>)
 inline QVariant list(const std::vector<Fields> &actions) { return QVariant::fromValue(actions); }
 inline QVariant list(const Choices &choices) { return QVariant::fromValue(choices); }
 
+/// The record that a host would hand over.
 lumd::Record record(uint32_t type, const Fields &fields);
