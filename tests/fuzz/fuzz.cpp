@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Bytes become what a host, a user, a configuration file or a script may send: FUZZ_TARGET in the environment says
 // which.
-#include "tests/world.h"
+#include "tests/fixture.h"
 #include "tools/lumdsim/script.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -43,27 +43,27 @@ Fields fuzzed(Input &input)
 /// Whatever the host and the user did, clearing leaves no trace of it.
 void fuzzHost(Input &input)
 {
-    World world("[Notifications]\nNotifActionInput=yes\n");
-    const lumd::Host &host = *world.host;
+    Fixture fixture("[Notifications]\nNotifActionInput=yes\n");
+    const lumd::Host &host = *fixture.host;
     while (input.remaining_bytes() > 0) {
         const std::string text = input.ConsumeRandomLengthString(4);
         const Fields fields = fuzzed(input);
         const lumd::Record message = record(lumd::messageRecord, fields);
         const uint id = input.ConsumeIntegralInRange(0U, 9U);
         const std::function<void()> deeds[] = {
-            [&] { world.add(QByteArray::fromStdString(text), fields); },
+            [&] { fixture.add(QByteArray::fromStdString(text), fields); },
             [&] { host.publish(message.get()); },
             [&] { host.installationResult(message.get()); },
             [&] { host.remove(text.c_str()); },
             [&] { host.dexoptNotify(text.c_str(), text.c_str(), id); },
-            [&] { world.onServer([id](Server &server) { server.Dismiss(id); }); },
-            [&] { world.onServer([&](Server &server) { server.ActionInvoked(id, QString::fromStdString(text)); }); }};
+            [&] { fixture.onServer([id](Server &server) { server.Dismiss(id); }); },
+            [&] { fixture.onServer([&](Server &server) { server.ActionInvoked(id, QString::fromStdString(text)); }); }};
         input.PickValueInArray(deeds)();
-        world.settle();
+        fixture.settle();
     }
     host.clear();
-    require(world.desktop().isEmpty(), "clearing leaves notifications on the desktop");
-    require(world.cacheFiles().isEmpty(), "clearing leaves icons");
+    require(fixture.desktop().isEmpty(), "clearing leaves notifications on the desktop");
+    require(fixture.cacheFiles().isEmpty(), "clearing leaves icons");
 }
 
 void fuzzConfig(Input &input)
