@@ -123,7 +123,7 @@ void NotificationConnection::remind(const QObject *asked, int afterMs)
 {
     QTimer::singleShot(afterMs, asked, [this, asked, afterMs] {
         m_connection.call(question(protocol::service(), QStringLiteral("GetServerInformation"), {}), QDBus::NoBlock);
-        remind(asked, qMin(2 * afterMs, 3600000));
+        remind(asked, qMin(2 * afterMs, 3600000)); // every hour in the end
     });
 }
 
