@@ -41,4 +41,4 @@ if(NOT KAVREL_SYSTEM_PLATFORM) # else the device's loader knows where its librar
 endif()
 install(TARGETS kavrel LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/lumd/plugins COMPONENT plugin)
 install_man(plugin kavrel.7)
-install(FILES docs/configuration.md docs/integration.md TYPE DOC COMPONENT plugin)
+install(FILES docs/integration.md TYPE DOC COMPONENT plugin)
