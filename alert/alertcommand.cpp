@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
+// All of Qt 5 has the QProcess::start() that splits a command line. Qt 5.15 deprecates it, and only 5.15 has
+// QProcess::splitCommand() instead.
+#undef QT_DISABLE_DEPRECATED_BEFORE
+#define QT_DISABLE_DEPRECATED_BEFORE 0x050e00
+#define QT_NO_DEPRECATED_WARNINGS
 #include "alert/alertcommand.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QSocketNotifier>
-#include <QtCore/QStringList>
 
 #include <memory>
 #include <unistd.h>
@@ -14,7 +18,7 @@ namespace
 
 constexpr int waitMs = 30000;
 
-/// Drops what the command writes as it comes: kept until the end, it could exhaust the host's memory.
+/// Drops the command's output while it runs: kept until the end, it could exhaust the host's memory.
 void discardOutput(QProcess &process)
 {
     QObject::connect(&process, &QProcess::readyReadStandardOutput, &process,
@@ -27,17 +31,17 @@ struct ProcessState : QProcess {
     using QProcess::setProcessState;
 };
 
-/// Destroys a process object whose command could not be forked. On kernels with process descriptors Qt 5.15 does not
-/// notice that: it takes the command for running, with the process number -1 and an uninitialised descriptor. Its
-/// destructor would kill number -1, which is every process of the user's, and close that descriptor.
+/// Destroys a process object whose command could not be forked. On kernels with process descriptors Qt 5.15 misses that
+/// error: it treats the command as running, with process number -1 and an uninitialised descriptor. Its destructor
+/// would kill number -1, which means every process of the user, and close that descriptor.
 void destroyUnforked(std::unique_ptr<QProcess> process)
 {
-    (process.get()->*&ProcessState::setProcessState)(QProcess::NotRunning); // so that nothing is killed
-    // Qt watches each descriptor with a notifier; the one that it takes for the process's own came last.
+    (process.get()->*&ProcessState::setProcessState)(QProcess::NotRunning); // the destructor kills nothing
+    // Qt watches each descriptor with a notifier. The last one watches the descriptor that it assumes is the process's.
     const QList<QSocketNotifier *> notifiers = process->findChildren<QSocketNotifier *>();
     if (notifiers.isEmpty() ||
         static_cast<uint>(notifiers.last()->socket()) < static_cast<ulong>(sysconf(_SC_OPEN_MAX))) {
-        // It might close a file of the host's, so it is never destroyed; alerts run one at a time.
+        // Its destructor might close a file of the host, so it is kept. Alerts run one at a time: no lock is needed.
         static auto *const kept = new QList<QProcess *>;
         kept->append(process.release());
     }
@@ -59,12 +63,7 @@ void runAlertCommand(const QString &title, const QString &packageName, const QSt
     process->setProcessEnvironment(environment);
     discardOutput(*process);
 
-    QStringList arguments = QProcess::splitCommand(QString::fromStdString(command));
-    if (arguments.isEmpty()) {
-        return;
-    }
-    const QString program = arguments.takeFirst();
-    process->start(program, arguments, QIODevice::ReadWrite);
+    process->start(QString::fromStdString(command), QIODevice::ReadWrite);
     if (process->processId() < 0) {
         destroyUnforked(std::move(process));
         return;
@@ -72,7 +71,7 @@ void runAlertCommand(const QString &title, const QString &packageName, const QSt
     process->waitForStarted(waitMs);
     process->waitForFinished(waitMs);
     if (process->state() != QProcess::NotRunning) {
-        // The destructor would do the same, but with a warning in the host's log.
+        // The destructor would do the same, and warn in the host's log.
         process->kill();
         process->waitForFinished(waitMs);
     }

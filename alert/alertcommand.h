@@ -5,17 +5,17 @@
 
 #include <string>
 
-/// What an alert command is told about its notification.
+/// The texts of a notification for its alert command.
 struct AlertCommandArgs {
     QString title;
     QString packageName;
     QString appName;
     QString body;
     QString subText;
-    QString category; ///< as Android names it, such as "msg"
+    QString category; ///< Android's name for it, such as "msg"
 };
 
-/// Runs `command`, a command line (no shell), with the texts in its environment, and waits for its end; kills
-/// it when it takes longer than 30 s. Blocks, so it belongs on a worker thread. No outcome is reported.
+/// Runs the command line `command`, without a shell, with the texts in its environment. Waits for its end and kills it
+/// after 30 s, so it belongs on a worker thread. Reports no result.
 void runAlertCommand(const QString &title, const QString &packageName, const QString &appName, const QString &body,
                      const QString &subText, const QString &category, const std::string &command);

@@ -23,7 +23,7 @@ void NotificationsImpl::handleAlertFinished()
     }
 }
 
-/// The task works on copies: it may outlive the bridge object.
+/// The task has its own copies, because it may outlive the bridge object.
 void NotificationsImpl::startAlert(const AlertCommandArgs &args, const std::string &command)
 {
     m_alertWatcher.setFuture(QtConcurrent::run([args, command] {

@@ -7,10 +7,12 @@
 #include <QtCore/QStandardPaths>
 #include <QtDBus/QDBusConnection>
 
+#include <utility>
+
 namespace
 {
 
-/// Has the client library use the host's private connection. Without an address it stays on its default connection.
+/// Gives the host's private connection to the client library, which keeps its default connection when there is none.
 void usePeerConnection()
 {
     const QString address = QString::fromUtf8(qgetenv("LUMD_P2P_DBUS_ADDRESS"));
@@ -44,8 +46,9 @@ NotificationsImpl::NotificationsImpl(lu_handle *handle, bool actionInput, const 
 
 NotificationsImpl::~NotificationsImpl()
 {
+    // A client library may report a close before close() returns. The host is not told of the closes of its unloading.
+    const QMap<QString, Notification *> registered = std::exchange(m_notifications, {});
     cleanupNotifications();
     lu_plugin_notifications_callbacks_unset(m_handle);
-    // Their notifications are closed, and they have no other owner.
-    qDeleteAll(m_notifications);
+    qDeleteAll(registered);
 }

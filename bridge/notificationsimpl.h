@@ -16,33 +16,33 @@
 
 #include <string>
 
-/// The bridge between the host's Android notifications and the desktop's. One object for each load of the
-/// plug-in; lives on the host's thread and is driven by the host's callbacks and that thread's event loop.
-/// Nothing that goes wrong is reported to the host: it is logged and the work goes on.
+/// The bridge between the host's Android notifications and the desktop's. Each load of the plug-in makes one object.
+/// It lives on the host's thread; the host's callbacks and that thread's event loop drive it. It logs errors and goes
+/// on, and reports none to the host.
 class NotificationsImpl : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Connects to the notification server, registers the host's callbacks and clears what an earlier run
-    /// left behind. `alertCommand` is a command line, empty for none.
+    /// Connects to the notification server, registers the host's callbacks and clears the notifications of an earlier
+    /// run. `alertCommand` is a command line, empty for none.
     NotificationsImpl(lu_handle *handle, bool actionInput, const std::string &alertCommand, QObject *parent);
-    /// Clears the notifications and unregisters the callbacks; does not wait for an alert command.
+    /// Clears the notifications and unregisters the callbacks. Does not wait for an alert command.
     ~NotificationsImpl() override;
 
-    /// Shows an Android notification, updates it in place, or drops it when nothing visible changed.
+    /// Shows or updates an Android notification; drops an update that changes nothing visible.
     void addNotification(lu_field *record);
-    /// Whether two versions of a notification show the same; `fresh` is the one not yet published.
+    /// Whether two versions of a notification look the same; `fresh` is not yet published.
     bool unchanged(Notification *old, Notification *fresh) const;
     /// Shows a transient message.
     void publishNotification(lu_field *record);
-    /// Closes the notification in 500 ms, unless it is added again by then.
+    /// Closes the notification in 500 ms, unless the host adds it again by then.
     void removeNotification(const char *key);
-    /// A registered notification, the sender, was closed on the desktop.
+    /// The sender, a registered notification, was closed on the desktop.
     void notificationClosed(uint reason);
     /// Closes all of this application's notifications and empties the icon cache.
     void cleanupNotifications();
-    /// An alert command has ended: starts the next one that waits.
+    /// An alert command has ended: starts the next one in the queue.
     void handleAlertFinished();
     /// Show how the installation or uninstallation of a package ended.
     void notifyInstallationResult(lu_field *record);
@@ -52,9 +52,9 @@ public:
 
     /// The host's key of a desktop notification; empty when it has none.
     QString getKey(Notification *notification) const;
-    /// Has the notification's signals handled here.
+    /// Connects the notification's signals to this object.
     void connectNotif(Notification *notification);
-    /// Drops the removals that the host asked for before it connected anew.
+    /// Drops the pending removals when the host has reconnected.
     void newConnection();
 
 private Q_SLOTS:
@@ -76,17 +76,17 @@ private:
                               void *userData);
     static lu_plugin_notifications_callbacks callbacks();
 
-    /// Lets `fresh` take the place of the key's live notification, if there is one. False, with nothing replaced, when
-    /// the two show the same.
+    /// Replaces the key's live notification, if there is one, by `fresh`. False, with nothing replaced, when the two
+    /// look the same.
     bool supersede(const QString &key, Notification *fresh);
     void closeDexOptNotification();
-    /// Runs the alert command now, or after those that wait already.
+    /// Runs the alert command now, or queues it while another one runs.
     void requestAlert(const AlertCommandArgs &args);
     void startAlert(const AlertCommandArgs &args, const std::string &command);
 
     lu_handle *m_handle;
     QMap<QString, Notification *> m_notifications; ///< the live notification of each key; owned
-    QStringList m_pendingCloseKeys;                ///< one entry for each removal that waits for its timer
+    QStringList m_pendingCloseKeys;                ///< one entry for each removal whose timer is armed
     QDir m_iconCacheDir;
     bool m_actionInput;
     std::string m_alertCommand;

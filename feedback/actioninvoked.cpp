@@ -19,7 +19,7 @@ void NotificationsImpl::actionInvoked(const QString &action)
     qCDebug(plugin) << "Opening notification" << key << "with" << action;
 
     const int separator = action.indexOf(QLatin1Char('|'));
-    const QString title = action.left(separator); // all of it when there is no separator
+    const QString title = action.left(separator); // the whole action without a separator
     const QString identifier = separator < 0 ? QString() : action.mid(separator + 1);
     lu_field *const record = lu_field_new(field::action::report);
     lu_field_set_str(record, field::action::title, title.toUtf8().constData());

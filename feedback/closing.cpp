@@ -6,14 +6,12 @@
 
 #include <QtCore/QTimer>
 
-#include <chrono>
-
 namespace
 {
 
-/// Android applications often replace a notification by removing and posting it again. Waiting this long
-/// before it is closed keeps it from flickering.
-constexpr std::chrono::milliseconds closeDelay(500);
+/// Android applications often replace a notification by removing and posting it again. This delay keeps it from
+/// flickering.
+constexpr int closeDelayMs = 500;
 
 } // namespace
 
@@ -30,8 +28,8 @@ void NotificationsImpl::notificationClosed(uint reason)
         return;
     }
     if (m_pendingCloseKeys.removeAll(key) > 0) {
-        // The host knows already: it asked for the removal. The entry stays, as the earlier version of what
-        // the host may yet add under this key.
+        // The host asked for this removal, so it is not told. The entry stays as the previous version of a notification
+        // that the host may still add under this key.
         removeCachedIcons(m_iconCacheDir, {iconFileName(key)});
         return;
     }
@@ -51,7 +49,7 @@ void NotificationsImpl::removeNotification(const char *key)
         return;
     }
     m_pendingCloseKeys.append(keyText);
-    QTimer::singleShot(closeDelay, Qt::PreciseTimer, this, [this, keyText] { onCloseNotifTimerExpired(keyText); });
+    QTimer::singleShot(closeDelayMs, Qt::PreciseTimer, this, [this, keyText] { onCloseNotifTimerExpired(keyText); });
 }
 
 void NotificationsImpl::onCloseNotifTimerExpired(const QString &key)
@@ -59,13 +57,13 @@ void NotificationsImpl::onCloseNotifTimerExpired(const QString &key)
     if (m_pendingCloseKeys.removeAll(key) == 0) {
         return;
     }
-    Notification *const notification = m_notifications.value(key);
+    // Not registered any more when a client library reports the close before close() returns: the host is not told.
+    Notification *const notification = m_notifications.take(key);
     if (!notification) {
         return;
     }
     notification->close();
     disconnect(notification, nullptr, this, nullptr);
     notification->deleteLater();
-    m_notifications.remove(key);
     removeCachedIcons(m_iconCacheDir, {iconFileName(key), largeIconFileName(key)});
 }

@@ -11,7 +11,7 @@ void NotificationsImpl::dexOptNotify(const char *summary, const char *body, doub
         return;
     }
     if (!m_dexOptNotification) {
-        m_dexOptNotification = new Notification;
+        m_dexOptNotification = new Notification(nullptr);
         m_dexOptNotification->setAppIcon(QStringLiteral("icon-s-android"));
         m_dexOptNotification->setAppName(QStringLiteral("Orvix"));
         m_dexOptNotification->setResident(true);

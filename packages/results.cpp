@@ -2,16 +2,16 @@
 #include "bridge/notificationsimpl.h"
 #include "plugin/clientlibrary.h"
 #include "plugin/fields.h"
-#include "plugin/record.h"
+#include "plugin/fieldvalues.h"
 
 namespace
 {
 
 enum class Lifetime { Transient, Kept };
 
-void publishResult(lu_field *record, Lifetime lifetime, uint32_t detailId)
+void publishResult(lu_field *record, uint32_t detailId, Lifetime lifetime)
 {
-    Notification notification;
+    Notification notification(nullptr);
     notification.setAppName(field::text(record, field::result::appName));
     if (lifetime == Lifetime::Transient) {
         notification.setIsTransient(true);
@@ -33,10 +33,10 @@ void publishResult(lu_field *record, Lifetime lifetime, uint32_t detailId)
 
 void NotificationsImpl::notifyInstallationResult(lu_field *record)
 {
-    publishResult(record, Lifetime::Transient, field::result::installationDetail);
+    publishResult(record, field::result::installationDetail, Lifetime::Transient);
 }
 
 void NotificationsImpl::notifyUninstallationResult(lu_field *record)
 {
-    publishResult(record, Lifetime::Kept, field::result::uninstallationDetail);
+    publishResult(record, field::result::uninstallationDetail, Lifetime::Kept);
 }

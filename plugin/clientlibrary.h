@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// The platform's notifications client library, as the plug-in uses it. This is the one file to change where a
-/// device's library differs from what follows: docs/integration.md shows how.
+/// The platform's notifications client library, as the plug-in uses it. A device's library may differ from it:
+/// docs/integration.md shows how to adapt this file, which is the only one to change.
 #include <notification.h>
 #include <notificationconnectionmanager.h>
 
@@ -14,7 +14,7 @@ constexpr auto normal = Notification::Normal;
 constexpr auto critical = Notification::Critical;
 } // namespace urgency
 
-/// Sends all notifications over `connection` from now on. False when the library refuses it.
+/// Makes the library send all notifications over `connection`. False when the library refuses it.
 inline bool useConnection(const QDBusConnection &connection)
 {
     return NotificationConnectionManager::useDBusConnection(connection);

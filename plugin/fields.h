@@ -3,11 +3,11 @@
 
 #include <cstdint>
 
-/// The fields of the host's records. They are numbered anew in each record type.
+/// The fields of the host's records. Each record type has its own numbering.
 namespace field
 {
 
-/// What a field holds: the low four bits of its identifier.
+/// The type of a field's value: the low four bits of its identifier.
 enum TypeCode : uint32_t { String = 1, Integer = 2, Boolean = 4, Bytes = 5, List = 7, RecordType = 8 };
 
 /// The identifier of field, or of record type, number `index`.

@@ -3,6 +3,6 @@
 
 #include <QtCore/QLoggingCategory>
 
-/// The category of every line that the plug-in logs: "com.velmo.lumd.plugin.notifications", from warnings on
-/// unless the process's logging rules say otherwise. May be used on any thread.
+/// The category of every line that the plug-in logs: "com.velmo.lumd.plugin.notifications". It logs warnings and
+/// worse unless the process's logging rules enable more. Any thread may use it.
 Q_DECLARE_LOGGING_CATEGORY(plugin)

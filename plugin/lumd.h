@@ -2,7 +2,7 @@
 /// The host daemon's plug-in interface: the types and functions of `liblumd.so.1` and
 /// `liblumd-config-parser.so.1` that a notifications plug-in uses. Plain C linkage; all strings are
 /// NUL-terminated UTF-8. Strings handed to the host are borrowed for the call, the host copies what it keeps.
-/// Everything is called on the thread that loaded the plug-in.
+/// Both sides call each other only on the thread that loaded the plug-in.
 #pragma once
 
 #include <stdint.h> // NOLINT(modernize-deprecated-headers): C linkage, and the host includes it from C
@@ -29,13 +29,13 @@ typedef struct lu_list lu_list;
 /// The host's parsed configuration.
 typedef struct lu_config_parser lu_config_parser;
 
-/// Owned by the host, which passes the same one to load and unload.
+/// The host owns it, and passes the same one to load and unload.
 typedef struct lu_plugin_context {
     lu_handle *handle;
     void *instance; ///< the plug-in's own pointer
 } lu_plugin_context;
 
-/// What a plug-in exports under the name `_lu_plugin_def`.
+/// The descriptor that a plug-in exports under the name `_lu_plugin_def`.
 typedef struct lu_plugin_def {
     uint32_t version; ///< major in the upper 16 bits, minor in the lower
     const char *name;

@@ -40,16 +40,10 @@ int32_t plugin_load(lu_plugin_context *context)
     return 0;
 }
 
-/// Leaves the context's instance as it is: the record is the host's.
+/// Leaves the context's instance as it is: the context belongs to the host.
 void plugin_unload(lu_plugin_context *context) { delete static_cast<NotificationsImpl *>(context->instance); }
 
-// What is exported is a copy of this constant, so that it can be checked here.
-constexpr lu_plugin_def definition = {
-    0x00010000, "kavrel", "notifications", "Velmo", plugin_load, plugin_unload, 0,
-};
-
-static_assert(definition.version == 0x00010000, "the host loads plug-ins of its interface version 1.0");
-// The host runs on 32-bit ARM; this is the layout that it reads there.
+// The host reads this layout on 32-bit ARM.
 static_assert(sizeof(void *) != 4 || (sizeof(lu_plugin_def) == 28 && offsetof(lu_plugin_def, version) == 0 &&
                                       offsetof(lu_plugin_def, name) == 4 && offsetof(lu_plugin_def, type) == 8 &&
                                       offsetof(lu_plugin_def, vendor) == 12 && offsetof(lu_plugin_def, load) == 16 &&
@@ -58,4 +52,6 @@ static_assert(sizeof(void *) != 4 || (sizeof(lu_plugin_def) == 28 && offsetof(lu
 
 } // namespace
 
-lu_plugin_def _lu_plugin_def = definition;
+lu_plugin_def _lu_plugin_def = {
+    0x00010000, "kavrel", "notifications", "Velmo", plugin_load, plugin_unload, 0,
+};

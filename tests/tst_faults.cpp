@@ -63,7 +63,8 @@ struct CacheFault {
     int mode = 0711; ///< of the folder, if icons are cached
     uid_t user = 0;
     rlim_t room = RLIM_INFINITY;
-    QByteArray tmpdir = {}; ///< where the cache belongs
+    QByteArray tmpdir = {};     ///< where the cache belongs
+    const char *date = nullptr; ///< of the folders
 };
 
 const QString uncleared = "debug: Cannot clear icon cache dir at \"%1\"";
@@ -75,6 +76,7 @@ const CacheFault cacheFaults[] = {
     {"none", Before, same, same, same, Cached},
     {"open to all", Before, openFolder, openFolder, file, Cached, {}, 0775},
     {"its parent open to all", Before, openFolder, same, same, Cached, {}, 0775},
+    {"of the year 2040", Later, same, same, same, Cached, {}, 0711, 0, RLIM_INFINITY, {}, "2040-01-01"},
     {"an icon open to all", Later, same, same, file, Cached},
     {"removed", Later, lockedFolder, same, same, NotCached},
     {"a file in its place", Before, folder, file, same, NotCached, uncreated},
@@ -155,6 +157,8 @@ private Q_SLOTS:
         fixture.happened();
         fixture.load();
         arrange(Later);
+        QVERIFY(!fault.date ||
+                QProcess::execute("touch", {"-d", fault.date, cache.parent_path().c_str(), cache.c_str()}) == 0);
         limitFiles(fault.room);
         fixture.add(
             "k",

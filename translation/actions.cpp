@@ -3,7 +3,7 @@
 
 #include "plugin/clientlibrary.h"
 #include "plugin/fields.h"
-#include "plugin/record.h"
+#include "plugin/fieldvalues.h"
 
 #include <QtCore/QStringList>
 
@@ -12,33 +12,50 @@ namespace
 
 namespace id = field::action;
 
-/// Calls `visit` with each element. A list that the record lacks has none.
-template <typename Visit> void forEachElement(lu_list *list, Visit visit)
-{
-    if (!list) {
-        return;
-    }
-    for (void *element = lu_list_foreach_start(list); !lu_list_foreach_end(list);
-         element = lu_list_foreach_next(list)) {
-        visit(element);
-    }
-}
-
-QString actionName(lu_field *element, const QString &title)
+QString actionName(lu_field *action, const QString &title)
 {
     if (title == QLatin1String("default")) {
         return title;
     }
-    return title + QLatin1Char('|') + field::text(element, id::identifier);
+    return title + QLatin1Char('|') + field::text(action, id::identifier);
 }
 
-QVariant remoteAction(lu_field *element, const QString &key, const QString &title, bool input)
+QVariant remoteAction(lu_field *action, const QString &key, const QString &title, bool input)
 {
     const QString method =
         input ? QStringLiteral("notificationActionInvokeInput") : QStringLiteral("notificationActionInvoke");
-    return Notification::remoteAction(actionName(element, title), title, QStringLiteral("com.velmo.lumd"),
+    return Notification::remoteAction(actionName(action, title), title, QStringLiteral("com.velmo.lumd"),
                                       QStringLiteral("/com/velmo/lumd"), QStringLiteral("com.velmo.lumd"), method,
                                       {key, title});
+}
+
+QStringList strings(lu_list *list)
+{
+    QStringList texts;
+    if (!list) {
+        return texts;
+    }
+    for (void *text = lu_list_foreach_start(list); !lu_list_foreach_end(list); text = lu_list_foreach_next(list)) {
+        texts.append(QString::fromUtf8(static_cast<const char *>(text)));
+    }
+    return texts;
+}
+
+/// Appends the description of one of the record's actions.
+void appendAction(QVariantList &actions, lu_field *action, const QString &key, bool actionInput)
+{
+    const QString title = field::text(action, id::title);
+    const bool freeInput = field::flag(action, id::freeInput);
+    lu_list *const choices = lu_field_get_list(action, id::choices);
+    const bool input = freeInput || (choices && lu_list_size(choices) != 0);
+    const QVariant description = remoteAction(action, key, title, input);
+    if (!input) {
+        actions.append(description);
+    } else if (actionInput) {
+        const QStringList answers = strings(choices);
+        actions.append(
+            Notification::actionSetInputFormat(description, field::text(action, id::inputLabel), freeInput, answers));
+    }
 }
 
 } // namespace
@@ -46,26 +63,12 @@ QVariant remoteAction(lu_field *element, const QString &key, const QString &titl
 QVariantList remoteActions(lu_field *record, const QString &key, bool actionInput)
 {
     QVariantList actions;
-    forEachElement(lu_field_get_list(record, field::notification::actions), [&](void *element) {
-        auto *const action = static_cast<lu_field *>(element);
-        const QString title = field::text(action, id::title);
-        const bool freeInput = lu_field_get_bool(action, id::freeInput) != 0;
-        lu_list *const choiceList = lu_field_get_list(action, id::choices);
-        const bool input = freeInput || (choiceList && lu_list_size(choiceList) != 0);
-        const QVariant description = remoteAction(action, key, title, input);
-        if (!input) {
-            actions.append(description);
-            return;
-        }
-        if (!actionInput) {
-            return;
-        }
-        QStringList choices;
-        forEachElement(choiceList, [&choices](void *choice) {
-            choices.append(QString::fromUtf8(static_cast<const char *>(choice)));
-        });
-        actions.append(
-            Notification::actionSetInputFormat(description, field::text(action, id::inputLabel), freeInput, choices));
-    });
+    lu_list *const list = lu_field_get_list(record, field::notification::actions);
+    if (!list) {
+        return actions;
+    }
+    for (void *action = lu_list_foreach_start(list); !lu_list_foreach_end(list); action = lu_list_foreach_next(list)) {
+        appendAction(actions, static_cast<lu_field *>(action), key, actionInput);
+    }
     return actions;
 }

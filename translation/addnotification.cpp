@@ -2,8 +2,8 @@
 #include "bridge/notificationsimpl.h"
 #include "plugin/clientlibrary.h"
 #include "plugin/fields.h"
+#include "plugin/fieldvalues.h"
 #include "plugin/logging.h"
-#include "plugin/record.h"
 #include "translation/actions.h"
 #include "translation/hints.h"
 #include "translation/icons.h"
@@ -69,8 +69,8 @@ void setColor(lu_field *record, Notification *notification)
 
 void setSoundAndVibration(lu_field *record, Notification *notification)
 {
-    const bool silent = lu_field_get_bool(record, id::silent) != 0;
-    const bool vibrate = lu_field_get_bool(record, id::vibrate) != 0;
+    const bool silent = field::flag(record, id::silent);
+    const bool vibrate = field::flag(record, id::vibrate);
     if (silent) {
         notification->setHintValue(hint::suppressSound(), true);
     }
@@ -100,7 +100,7 @@ void setTimestamp(lu_field *record, Notification *notification)
 
 void setProgress(lu_field *record, Notification *notification)
 {
-    const bool indeterminate = lu_field_get_bool(record, id::indeterminate) != 0;
+    const bool indeterminate = field::flag(record, id::indeterminate);
     const qint64 maximum = lu_field_get_int(record, id::progressMax);
     if (indeterminate) {
         notification->setProgress(-1);
@@ -112,7 +112,7 @@ void setProgress(lu_field *record, Notification *notification)
 
 void setImportance(Notification *notification, int importance)
 {
-    // Unsigned, since a host may send any number: it wraps instead of overflowing.
+    // Unsigned: a host may send any number, and a signed product could overflow.
     notification->setHintValue(hint::priority(), static_cast<int>(static_cast<uint>(importance) * 25U));
     if (importance == 0 || importance == 1) {
         notification->setUrgency(urgency::low);
@@ -125,8 +125,8 @@ void setImportance(Notification *notification, int importance)
 
 void setLifetimeAndCount(lu_field *record, Notification *notification)
 {
-    const bool ongoing = lu_field_get_bool(record, id::ongoing) != 0;
-    const bool clearable = lu_field_get_bool(record, id::clearable) != 0;
+    const bool ongoing = field::flag(record, id::ongoing);
+    const bool clearable = field::flag(record, id::clearable);
     const int itemCount = field::int32(record, id::itemCount);
     if (ongoing) {
         notification->setResident(true);
@@ -143,7 +143,7 @@ void setLifetimeAndCount(lu_field *record, Notification *notification)
 
 void NotificationsImpl::addNotification(lu_field *record)
 {
-    auto *const fresh = new Notification;
+    auto *const fresh = new Notification(nullptr);
     const QString key = field::text(record, id::key);
     const QString packageName = field::text(record, id::packageName);
     const QString title = field::text(record, id::title);
@@ -162,7 +162,7 @@ void NotificationsImpl::addNotification(lu_field *record)
     const int importance = field::int32(record, id::importance);
     setImportance(fresh, importance);
     setLifetimeAndCount(record, fresh);
-    const bool lowUrgency = lu_field_get_bool(record, id::lowUrgency) != 0;
+    const bool lowUrgency = field::flag(record, id::lowUrgency);
     if (lowUrgency) {
         fresh->setUrgency(urgency::low);
     }

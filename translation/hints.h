@@ -9,9 +9,9 @@ namespace hint
 
 /// The notification's key at the host, string.
 inline QString originKey() { return QStringLiteral("x-vorn-origin-key"); }
-/// The Android package that it comes from, string.
+/// The Android package of its application, string.
 inline QString originPackage() { return QStringLiteral("x-vorn-origin-package"); }
-/// Whether the user may dismiss it, boolean; it may be where there is no such hint.
+/// Whether the user may dismiss it, boolean; true without this hint.
 inline QString userRemovable() { return QStringLiteral("x-vorn-user-removable"); }
 /// Names of sound and vibration patterns, string with commas.
 inline QString feedback() { return QStringLiteral("x-vorn-feedback"); }
@@ -25,7 +25,7 @@ inline QString vibrate() { return QStringLiteral("x-vorn-vibrate"); }
 inline QString displayOn() { return QStringLiteral("x-vorn-display-on"); }
 /// The colour in which the light blinks, 32-bit integer, ARGB.
 inline QString ledArgb() { return QStringLiteral("x-vorn-led-argb"); }
-/// Its place among others, 32-bit integer: 25 for each step of Android's importance.
+/// Its rank among notifications, 32-bit integer: 25 for each step of Android's importance.
 inline QString priority() { return QStringLiteral("x-vorn-priority"); }
 
 } // namespace hint

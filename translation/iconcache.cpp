@@ -1,4 +1,10 @@
 // SPDX-License-Identifier: MIT
+// A 32-bit lstat() with times or inode numbers of 32 bits fails for a directory dated after January 2038, or with a
+// larger number. Only this file asks for 64 bits, so that no type in the headers of other libraries changes.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+#define _FILE_OFFSET_BITS 64
+#define _TIME_BITS 64
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 #include "translation/iconcache.h"
 
 #include <QtCore/QFileInfo>
@@ -13,7 +19,7 @@ QByteArray native(const QString &path) { return QFile::encodeName(path); }
 
 QString parentOf(const QDir &cache) { return QFileInfo(cache.path()).path(); }
 
-/// Whether it is a real directory of this user's or of root's.
+/// Whether it is a real directory, not a link, of this user's or root's.
 bool isTrusted(const QString &path)
 {
     struct stat info = {};
@@ -21,7 +27,7 @@ bool isTrusted(const QString &path)
            (info.st_uid == ::geteuid() || info.st_uid == 0);
 }
 
-/// Takes rights from a directory of ours, so that nobody can exchange what is in it while we work there.
+/// Takes rights on our own directory from other users, who could replace its files while we work there.
 void withdraw(const QString &path, mode_t rights)
 {
     struct stat info = {};
@@ -45,7 +51,7 @@ QString largeIconFileName(const QString &key) { return iconFileName(key + QStrin
 
 QString cachedIconPath(const QDir &cache, const QString &name)
 {
-    // Not QDir::filePath(), which takes a name that begins with ":" for one outside the directory.
+    // QDir::filePath() treats a name that begins with ":" as an absolute path.
     return cache.path() + QLatin1Char('/') + name;
 }
 
@@ -78,13 +84,13 @@ bool createIconCache(const QDir &cache)
 {
     const QString parent = parentOf(cache);
     QDir().mkpath(QFileInfo(parent).path());
-    // The host may keep files of its own in this directory, which bears its name: other users may reach what they
-    // know the name of, but not list what there is.
+    // The host may keep its own files in this directory, which has its name. Other users may open a file whose name
+    // they know, but not list the directory.
     ::mkdir(native(parent).constData(), S_IRWXU | S_IXGRP | S_IXOTH);
     if (!isTrusted(parent)) {
         return false;
     }
-    // Other plug-ins of this user's may create it, or remove it again, at the same time.
+    // Another process of this user may create or remove the directory at the same time.
     for (int attempt = 0; attempt < 100; ++attempt) {
         if (::mkdir(native(cache.path()).constData(), S_IRWXU) == 0 || isTrusted(cache.path())) {
             return true;

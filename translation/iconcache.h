@@ -4,21 +4,21 @@
 #include <QtCore/QDir>
 #include <QtCore/QStringList>
 
-/// The icon cache directory lies where every local user may have planted something before us. It is used only
-/// while it and its parent are real directories that belong to this user or to root; what we create is private.
+/// Every local user can create files and links where the icon cache directory belongs. The plug-in uses it only while
+/// it and its parent are real directories of this user's or root's; other users cannot read the directory it creates.
 
 /// The name of a notification key's icon file in the icon cache directory. It holds no "/".
 QString iconFileName(const QString &key);
-/// The name of its large icon's file.
+/// The name of the large icon's file.
 QString largeIconFileName(const QString &key);
-/// The path of a file of that name, which lies directly in the directory.
+/// The path of the file with that name, directly in the directory.
 QString cachedIconPath(const QDir &cache, const QString &name);
 
 bool isTrustedIconCache(const QDir &cache);
-/// Removes the directory with all that is in it; true when nothing is left. A link in its place is removed, not
-/// followed. Closes the parent, if it is ours, to the writing of others; leaves alone what is in another user's.
+/// Removes the directory and its contents; true when nothing is left. Removes a link in its place without following
+/// it. Takes the right to write to our own parent directory from other users; changes nothing in another user's.
 bool removeIconCache(QDir &cache);
-/// Creates the directory, and its parent if need be; true when there is one that is ours.
+/// Creates the directory, and its parent if missing; true when the directory exists and is trusted.
 bool createIconCache(const QDir &cache);
-/// Removes those of the files that are there.
+/// Removes the files that exist.
 void removeCachedIcons(const QDir &cache, const QStringList &names);

@@ -15,11 +15,11 @@ namespace id = field::notification;
 
 enum class SaveResult {
     Saved,
-    Skipped, ///< the icon is empty, or there is no directory to write it to: not worth a log line
+    Skipped, ///< the icon is empty, or its directory is missing or not trusted; not logged
     Failed
 };
 
-/// Writes an icon of the record's to `path`, straight from the host's buffer. The file appears whole or not at all.
+/// Writes an icon of the record to `path`, directly from the host's buffer. The file appears whole or not at all.
 SaveResult saveIcon(lu_field *record, uint32_t fieldId, const QDir &cache, const QString &path, const char *label)
 {
     uint32_t length = 0;
@@ -32,10 +32,10 @@ SaveResult saveIcon(lu_field *record, uint32_t fieldId, const QDir &cache, const
         return SaveResult::Skipped;
     }
     if (QFileInfo(path).isSymLink()) {
-        QFile::remove(path); // QSaveFile would replace the file that the link leads to
+        QFile::remove(path); // QSaveFile would replace the link's target
     }
     QSaveFile file(path);
-    // Unbuffered: commit() does not notice when the disk is too full for what is left in the buffer.
+    // Unbuffered: commit() does not notice that a full disk rejects the last bytes of a buffer.
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         return SaveResult::Skipped;
     }

@@ -2,13 +2,13 @@
 #include "bridge/notificationsimpl.h"
 #include "plugin/clientlibrary.h"
 #include "plugin/fields.h"
-#include "plugin/record.h"
+#include "plugin/fieldvalues.h"
 
 void NotificationsImpl::publishNotification(lu_field *record)
 {
-    Notification notification;
+    Notification notification(nullptr);
     notification.setIsTransient(true);
-    if (lu_field_get_bool(record, field::message::warning)) {
+    if (field::flag(record, field::message::warning)) {
         notification.setUrgency(urgency::critical);
         notification.setAppIcon(QStringLiteral("icon-lock-warning"));
     } else {
