@@ -65,7 +65,7 @@ QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
     return buttons;
 }
 
-bool invokeForeign(Notification *notification, const QDBusMessage &signal, const ServerCapabilities &server,
+bool invokeForeign(Notification *notification, const QDBusMessage &signal, const Capabilities &server,
                    const QDBusConnection &connection)
 {
     const QString argument = signal.arguments().value(1).toString();
@@ -73,7 +73,7 @@ bool invokeForeign(Notification *notification, const QDBusMessage &signal, const
     if (!typed && (signal.member() != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
         return false;
     }
-    for (const Button &button : buttons(notification->remoteActions(), server.inlineReply)) {
+    for (const Button &button : buttons(notification->remoteActions(), server.contains(inlineReplyKey()))) {
         if (button.key == (typed ? inlineReplyKey() : argument)) {
             const QString answer = typed ? argument : button.answer;
             connection.send(

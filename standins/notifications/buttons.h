@@ -31,5 +31,5 @@ QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply);
 /// Tells `notification` of the action that `signal`, from another's server, means, and calls the action's method over
 /// `connection`, which our server does itself. False, with nothing done, when it was not offered: some servers report
 /// such all the same.
-bool invokeForeign(Notification *notification, const QDBusMessage &signal, const ServerCapabilities &server,
+bool invokeForeign(Notification *notification, const QDBusMessage &signal, const Capabilities &server,
                    const QDBusConnection &connection);

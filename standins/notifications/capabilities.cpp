@@ -1,51 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/capabilities.h"
 
-#include "standins/protocol/hints.h"
-
 namespace
 {
 
-struct Meaning {
+struct Row {
     const char *name;
-    bool ServerCapabilities::*what;
+    const char *vendor; ///< null for any
+    int exceptions;
 };
 
-constexpr Meaning meanings[] = {
-    {"body-markup", &ServerCapabilities::bodyMarkup},
-    {"persistence", &ServerCapabilities::persistence},
-    {"actions", &ServerCapabilities::actions},
-    {"sound", &ServerCapabilities::sound},
-    {"x-vorn-remote-actions", &ServerCapabilities::ours},
-    {"inline-reply", &ServerCapabilities::inlineReply},
-    {"x-kde-origin-name", &ServerCapabilities::originName},
-    // These two came with the on-screen display of the volume. Servers that name the one draw a bar below the texts;
-    // those that name the other take everything with a value for such a display, which has no texts.
-    {"x-canonical-private-synchronous", &ServerCapabilities::bar},
-    {"x-canonical-private-icon-only", &ServerCapabilities::bareGauge},
-};
-
-/// What servers do not say of themselves, by their names.
-constexpr Meaning peculiarities[] = {
-    {"lxqt-notificationd", &ServerCapabilities::oldImagePath}, // and no picture where both names are given
-    {"naughty", &ServerCapabilities::onePicture},              // of the window manager awesome
-    {"Budgie Notification Server", &ServerCapabilities::expiresAll},
+constexpr Row servers[] = {
+    {"lxqt-notificationd", nullptr, Capabilities::OldImagePath}, // and no picture where both names are given
+    {"naughty", nullptr, Capabilities::OnePicture},              // of the window manager awesome
+    {"Budgie Notification Server", nullptr, Capabilities::ExpiresAll},
 };
 
 } // namespace
 
-ServerCapabilities ServerCapabilities::named(const QStringList &names)
+void Capabilities::setServer(const QString &name, const QString &vendor)
 {
-    ServerCapabilities server;
-    for (const Meaning &meaning : meanings) {
-        server.*meaning.what = names.contains(QLatin1String(meaning.name));
-    }
-    return server;
-}
-
-void ServerCapabilities::learnName(const QString &server)
-{
-    for (const Meaning &peculiarity : peculiarities) {
-        this->*peculiarity.what = server == QLatin1String(peculiarity.name);
+    m_exceptions = 0;
+    for (const Row &row : servers) {
+        if (name == QLatin1String(row.name) && (!row.vendor || vendor == QLatin1String(row.vendor))) {
+            m_exceptions |= row.exceptions;
+        }
     }
 }

@@ -1,30 +1,42 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "standins/protocol/hints.h"
+
 #include <QtCore/QStringList>
 
-/// What a notification server can do, as far as it changes what it is sent. One that does not say knows the protocol
-/// alone.
-struct ServerCapabilities {
-    bool bodyMarkup = true; ///< the safe guess: escaped text is readable everywhere, raw text may not be shown
-    bool persistence = false;
-    bool actions = true;
-    bool sound = false;
-    bool ours = false;         ///< it calls the actions' methods, knows all our hints, and tells what it holds
-    bool inlineReply = false;  ///< it has a field to type an answer into
-    bool originName = false;   ///< it has places for the sub-text and for the name of the application
-    bool bar = false;          ///< it draws the progress along with the texts
-    bool bareGauge = false;    ///< it draws the progress in place of the texts
-    bool oldImagePath = false; ///< it knows the picture by its name in version 1.1 alone
-    bool onePicture = false;   ///< it shows the icon and no other picture
-    bool expiresAll = false;   ///< also what is to stay, into a list
+/// A notification server as it describes itself: the list of `GetCapabilities`, name and vendor of
+/// `GetServerInformation`. The predicates say what follows for the notifications that it is sent.
+class Capabilities
+{
+public:
+    /// Servers differ from their description in these ways.
+    enum Exception {
+        OldImagePath = 1, ///< knows the picture by its name in version 1.1 alone
+        OnePicture = 2,   ///< shows the application's icon and no other picture
+        ExpiresAll = 4,   ///< moves notifications to a list that were sent to stay on the screen
+    };
 
-    /// Whether what is no transient stays on the screen until somebody closes it, when it is sent so. That it has
-    /// expired then means that the user has closed it.
-    bool staysOnScreen() const { return !persistence && actions && !expiresAll; }
+    /// Of a server that does not answer: the protocol alone. Escaped text is readable on every server, raw text is not.
+    Capabilities() = default;
+    explicit Capabilities(const QStringList &names)
+        : m_names(names)
+    {
+    }
+    /// The server's name and vendor, which lead to exceptions.
+    void setServer(const QString &name, const QString &vendor);
 
-    /// By what `GetCapabilities` says.
-    static ServerCapabilities named(const QStringList &names);
-    /// Takes in what cannot be told from capabilities. `server` is its name as `GetServerInformation` gives it.
-    void learnName(const QString &server);
+    bool contains(const char *name) const { return m_names.contains(QLatin1String(name)); }
+    bool contains(const QString &name) const { return m_names.contains(name); }
+    bool has(Exception exception) const { return (m_exceptions & exception) != 0; }
+
+    /// Whether the server is of our kind: it calls the methods of actions, knows our hints and lists its notifications.
+    bool isOurs() const { return contains(protocol::hint::remoteActions()); }
+    /// Whether a notification that is sent to stay is on the screen until somebody closes it. Its expiry then means
+    /// that the user has closed it.
+    bool staysOnScreen() const { return !contains("persistence") && contains("actions") && !has(ExpiresAll); }
+
+private:
+    QStringList m_names = {QStringLiteral("actions"), QStringLiteral("body-markup")};
+    int m_exceptions = 0;
 };

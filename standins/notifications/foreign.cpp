@@ -63,51 +63,54 @@ void append(QString &body, const char *separator, const QString &text)
     body += (body.isEmpty() ? QString() : QString::fromUtf8(separator)) + text;
 }
 
-void adaptTexts(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+void adaptTexts(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
     // Without a name, one server shows nothing, and another the host's.
     wire.appName = wire.appName.isEmpty() ? QStringLiteral("Android") : wire.appName;
     wire.summary = (wire.summary.isEmpty() ? wire.appName : wire.summary).replace(QLatin1Char('\n'), QLatin1Char(' '));
-    wire.body = server.bodyMarkup ? markup(wire.body) : wire.body;
-    // Few servers draw a bar; the number tells the same, unless the application says it itself.
+    wire.body = server.contains("body-markup") ? markup(wire.body) : wire.body;
+    // Few servers draw a bar; the number tells the same, unless the application says it itself. Two capabilities came
+    // with the on-screen display of the volume: servers that name the one draw a bar below the texts, those that name
+    // the other show everything with a value as such a display, without texts.
     const QVariant percentage = wire.hints.value(hint::value());
-    if (percentage.isValid() && !server.bar && !wire.body.contains(QLatin1Char('%'))) {
+    if (percentage.isValid() && !server.contains("x-canonical-private-synchronous") &&
+        !wire.body.contains(QLatin1Char('%'))) {
         append(wire.body, " · ", percentage.toString() + QLatin1Char('%'));
     }
-    if (server.bareGauge) {
+    if (server.contains("x-canonical-private-icon-only")) {
         wire.hints.remove(hint::value());
     }
-    if (!content.subText.isEmpty() && server.originName) {
+    if (!content.subText.isEmpty() && server.contains(hint::originName())) {
         wire.hints.insert(hint::originName(), content.subText);
     } else if (!content.subText.isEmpty()) {
         const QString line = QStringLiteral("<i>%1</i>").arg(markup(content.subText));
-        append(wire.body, "\n", server.bodyMarkup ? line : content.subText);
+        append(wire.body, "\n", server.contains("body-markup") ? line : content.subText);
     }
-    if (server.originName) {
+    if (server.contains(hint::originName())) {
         wire.hints.insert(hint::displayAppName(), wire.appName);
     }
 }
 
 /// Of people, the face is what matters: where there is one place, that goes there. All servers take paths, but not all
 /// take URIs.
-void adaptPictures(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+void adaptPictures(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
     const QString picture = renamed(icons, content.icon, content.icon);
     wire.appIcon = renamed(icons, wire.appIcon, wire.appIcon);
     wire.hints.remove(hint::imagePath());
     if (!picture.isEmpty()) {
-        wire.hints.insert(server.oldImagePath ? hint::oldImagePath() : hint::imagePath(), picture);
-        wire.appIcon = server.onePicture ? picture : wire.appIcon;
+        wire.hints.insert(server.has(Capabilities::OldImagePath) ? hint::oldImagePath() : hint::imagePath(), picture);
+        wire.appIcon = server.has(Capabilities::OnePicture) ? picture : wire.appIcon;
     }
 }
 
-void adaptActions(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+void adaptActions(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
     wire.actions.clear();
-    if (!server.actions) {
+    if (!server.contains("actions")) {
         return; // such a server would open a dialog for them
     }
-    for (const Button &button : buttons(content.remoteActions, server.inlineReply)) {
+    for (const Button &button : buttons(content.remoteActions, server.contains(inlineReplyKey()))) {
         const QVariantMap input = button.action.value(QStringLiteral("input")).toMap();
         const QString placeholder = input.value(QStringLiteral("label")).toString();
         wire.actions << button.key << button.label;
@@ -119,7 +122,7 @@ void adaptActions(DesktopNotification &wire, const NotificationContent &content,
 
 /// Android's importance 4 is an ordinary chat message, while critical means elsewhere to break through "do not disturb"
 /// and to stay until it is dismissed. That is right for alarms and calls.
-void adaptUrgency(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+void adaptUrgency(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
     const QString name = content.category;
     const QString category = renamed(categories, name, QStringLiteral("x-") + name);
@@ -130,20 +133,21 @@ void adaptUrgency(DesktopNotification &wire, const NotificationContent &content,
     wire.hints.insert(hint::urgency(),
                       QVariant::fromValue(static_cast<uchar>(waits ? content.urgency : std::min(content.urgency, 1))));
     const QString sound = renamed(sounds, category, QString());
-    if (server.sound && !sound.isEmpty() && !wire.hints.contains(hint::suppressSound())) {
+    if (server.contains("sound") && !sound.isEmpty() && !wire.hints.contains(hint::suppressSound())) {
         wire.hints.insert(hint::soundName(), sound);
     }
 }
 
 } // namespace
 
-void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server)
+void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
     adaptTexts(wire, content, server);
     adaptPictures(wire, content, server);
     adaptActions(wire, content, server);
     adaptUrgency(wire, content, server);
     // KDE's server reports a click on its close button like an expiry once the pop-up has gone into the list.
-    const bool stays = (!server.persistence && server.actions) || server.inlineReply;
+    const bool stays =
+        (!server.contains("persistence") && server.contains("actions")) || server.contains(inlineReplyKey());
     wire.expireTimeout = content.transient ? transientMs : stays ? 0 : -1;
 }

@@ -9,4 +9,4 @@
 constexpr int transientMs = 4000;
 
 /// Makes of `wire` what shows `content` best on a server that is not ours: it knows the protocol and nothing else.
-void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const ServerCapabilities &server);
+void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server);

@@ -143,8 +143,8 @@ void NotificationConnection::takeCapabilities(const QDBusPendingCall &answer)
         return;
     }
     m_owner = sender;
-    m_capabilities = reply.isError() ? ServerCapabilities() : ServerCapabilities::named(reply.value());
-    if (m_capabilities.ours) { // some others do not even refuse what they do not know
+    m_capabilities = reply.isError() ? Capabilities() : Capabilities(reply.value());
+    if (m_capabilities.isOurs()) { // some others do not even refuse what they do not know
         m_question = watch(m_heldQuestion ? *m_heldQuestion : askHeld(),
                            [this](const QDBusPendingCall &held) { takeHeld(held); });
         return;
@@ -153,7 +153,8 @@ void NotificationConnection::takeCapabilities(const QDBusPendingCall &answer)
                        [this](const QDBusPendingCall &information) {
                            m_question = nullptr;
                            m_known = true;
-                           m_capabilities.learnName(information.reply().arguments().value(0).toString());
+                           const QVariantList words = information.reply().arguments();
+                           m_capabilities.setServer(words.value(0).toString(), words.value(1).toString());
                            Q_EMIT known({}, false);
                        });
 }
@@ -174,7 +175,7 @@ std::optional<NotificationKeys> NotificationConnection::held()
 {
     std::optional<NotificationKeys> held;
     if (isOpen()) {
-        if (m_known && m_capabilities.ours && !m_question) {
+        if (m_known && m_capabilities.isOurs() && !m_question) {
             m_question = watch(askHeld(), [this](const QDBusPendingCall &answer) { takeHeld(answer); });
         }
         m_caller = &held;

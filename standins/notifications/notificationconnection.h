@@ -41,7 +41,7 @@ public:
     void learn();
     bool isKnown() const { return m_known; }
     bool isLearning() const { return m_question != nullptr; }
-    const ServerCapabilities &capabilities() const { return m_capabilities; }
+    const Capabilities &capabilities() const { return m_capabilities; }
     /// Asks what the server holds for this program, and waits for a bounded time; null when it does not tell by then.
     std::optional<NotificationKeys> held();
 
@@ -86,7 +86,7 @@ private:
     std::shared_future<void> m_connecting; ///< to the session bus
     QString m_error;
     QString m_owner; ///< the server's unique name on a bus; empty while unknown
-    ServerCapabilities m_capabilities;
+    Capabilities m_capabilities;
     bool m_known = false;
     std::unique_ptr<QObject> m_watchers;                 ///< owns them
     QDBusPendingCallWatcher *m_question = nullptr;       ///< about the server, while it is not known

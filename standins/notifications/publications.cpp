@@ -114,7 +114,7 @@ void Publications::take(const PublicationPtr &publication, int sending, const QD
         qCWarning(vorn) << "Notification not shown, no identifier was given:" << reply.error().message();
     }
     report(publication, [id](Publication &p) { return id == 0 ? p.refused() : p.identified(id); });
-    if (publication->isTransient() && !m_connection.capabilities().ours) {
+    if (publication->isTransient() && !m_connection.capabilities().isOurs()) {
         QTimer::singleShot(transientMs, this, [this, publication] { report(publication, &Publication::close); });
     }
 }
@@ -226,17 +226,17 @@ void Publications::onSignal(const QDBusMessage &signal)
     if (!publication || arguments.size() < 2) {
         return;
     }
-    const ServerCapabilities &server = m_connection.capabilities();
+    const Capabilities &server = m_connection.capabilities();
     Notification *const notification = publication->notification;
     if (signal.member() == QLatin1String("NotificationClosed")) {
         const uint reason = arguments.at(1).toUInt();
         // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
         // dismissed it then, and it can still be replaced and closed.
-        const bool staysInList = reason == expired && !server.ours && !server.staysOnScreen();
+        const bool staysInList = reason == expired && !server.isOurs() && !server.staysOnScreen();
         report(publication, [=](Publication &p) { return staysInList ? p.expired() : p.closed(reason); });
-    } else if (notification && server.ours && signal.member() == QLatin1String("ActionInvoked")) {
+    } else if (notification && server.isOurs() && signal.member() == QLatin1String("ActionInvoked")) {
         Q_EMIT notification->actionInvoked(arguments.at(1).toString());
-    } else if (notification && !server.ours && publication->mayInvoke() &&
+    } else if (notification && !server.isOurs() && publication->mayInvoke() &&
                invokeForeign(notification, signal, server, m_connection.connection())) {
         publication->invoked();
     }

@@ -113,7 +113,7 @@ QString ownerName()
     return name.isEmpty() ? QStringLiteral("unnamed") : name;
 }
 
-DesktopNotification toWire(const NotificationContent &content, uint replacesId, const ServerCapabilities &server)
+DesktopNotification toWire(const NotificationContent &content, uint replacesId, const Capabilities &server)
 {
     DesktopNotification wire;
     wire.id = replacesId;
@@ -129,7 +129,7 @@ DesktopNotification toWire(const NotificationContent &content, uint replacesId, 
                      << action.value(QStringLiteral("displayName")).toString();
     }
     insertStandardHints(wire.hints, content);
-    if (server.ours) {
+    if (server.isOurs()) {
         insertOwnHints(wire.hints, content);
     } else {
         adaptToForeign(wire, content, server);

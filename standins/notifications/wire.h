@@ -6,7 +6,7 @@
 #include "standins/protocol/desktopnotification.h"
 
 /// `content` as the arguments of `Notify`, to replace what is shown under `replacesId` unless that is 0.
-DesktopNotification toWire(const NotificationContent &content, uint replacesId, const ServerCapabilities &server);
+DesktopNotification toWire(const NotificationContent &content, uint replacesId, const Capabilities &server);
 /// Whether it might not fit into a D-Bus message, which would cost the whole connection.
 bool exceedsMessage(const DesktopNotification &wire);
 
