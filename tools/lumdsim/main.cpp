@@ -2,11 +2,10 @@
 #include "standins/config-parser/configparser.h"
 #include "standins/terminal/signals.h"
 #include "standins/terminal/text.h"
-#include "tools/harness/loadedplugin.h"
+#include "tools/harness/hostdaemon.h"
 #include "tools/harness/serverprocess.h"
 #include "tools/lumdsim/commandline.h"
 #include "tools/lumdsim/configcheck.h"
-#include "tools/lumdsim/hostobject.h"
 #include "tools/lumdsim/input.h"
 #include "tools/lumdsim/player.h"
 #include "tools/lumdsim/status.h"
@@ -15,10 +14,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QTemporaryDir>
 #include <QtCore/QTextCodec>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusError>
 
 #include <csignal>
 #include <cstdio>
@@ -93,40 +89,23 @@ bool recordsMisused()
     return !findings.empty();
 }
 
-/// What is in the way of being the host on the session bus; empty when nothing is. To be asked before anything is
-/// shown: another host's notifications are not ours to clear.
-QString claimBus(QDBusConnection bus)
-{
-    const QString host = QStringLiteral("com.velmo.lumd");
-    if (!bus.isConnected()) {
-        return QStringLiteral("There is no session bus: ") + bus.lastError().message();
-    }
-    return bus.registerService(host)
-               ? QString()
-               : QStringLiteral("Another host is on this session bus: the name %1 is taken.").arg(host);
-}
-
 /// Loads the plug-in, plays the script and unloads it again.
-int simulate(const QCommandLineParser &parser, lumd::Host *host, const QFile &script, const QString &connection)
+int simulate(const QCommandLineParser &parser, HostDaemon *daemon, const QFile &script, const QString &server)
 {
     Output output(parser.isSet(QStringLiteral("json")));
     Screen screen;
-    Player player(host, &screen, &output);
-    LoadedPlugin plugin(parser.value(QStringLiteral("plugin")));
-    if (!plugin.errorString().isEmpty()) {
-        return complain(NoEnvironment, plugin.errorString());
+    Player player(&daemon->host, &screen, &output);
+    QObject::connect(
+        daemon, &HostDaemon::called, &screen,
+        [&output](const QString &method, const QStringList &arguments) { output.invoked(method, arguments); });
+    QString error;
+    if (!daemon->start(parser.value(QStringLiteral("plugin")), server, &error)) {
+        return complain(NoEnvironment, error);
     }
-    if (plugin.load(*host) != 0) {
-        return complain(NoEnvironment, QStringLiteral("The plug-in's load function failed."));
-    }
-    QObject object;
-    new HostObject(&object, &output);
-    QDBusConnection client(connection); // to a peer, the plug-in has made it
-    client.registerObject(QStringLiteral("/com/velmo/lumd"), &object);
-    const QString obstacle = screen.watch(client);
+    const QString obstacle = screen.watch(daemon->connection());
     const int status = obstacle.isEmpty() ? playScript(script, &player, &screen, parser.isSet(QStringLiteral("wait")))
                                           : complain(NoEnvironment, obstacle);
-    plugin.unload();
+    daemon->stop();
     player.settle();
     return recordsMisused() ? Misuse : status;
 }
@@ -144,28 +123,6 @@ QString openScript(const QString &name, bool hasInput, QFile *script)
                : QStringLiteral("The standard input is closed.");
 }
 
-/// Sees to the notification server that the plug-in will connect to, and names the connection. What is in the way;
-/// empty when nothing is.
-QString prepareServer(const QCommandLineParser &parser, ServerProcess *server, QString *connection)
-{
-    constexpr const char *variable = "LUMD_P2P_DBUS_ADDRESS"; // without it, the session bus
-    if (parser.isSet(QStringLiteral("desktop"))) {
-        qunsetenv(variable);
-        *connection = QDBusConnection::sessionBus().name();
-        return claimBus(QDBusConnection::sessionBus());
-    }
-    QString address = parser.value(QStringLiteral("server"));
-    if (address.isEmpty()) {
-        if (!server->listen()) {
-            return QStringLiteral("kavrel-notification-server cannot be started.");
-        }
-        address = server->address();
-    }
-    qputenv(variable, address.toUtf8());
-    *connection = QStringLiteral("peerconnection"); // as the plug-in calls it
-    return {};
-}
-
 /// Makes ready all that the plug-in needs, and simulates.
 int run(const QCommandLineParser &parser, bool hasInput)
 {
@@ -179,26 +136,22 @@ int run(const QCommandLineParser &parser, bool hasInput)
     }
     checkConfig(configFile);
     QFile script;
-    QString obstacle = openScript(parser.positionalArguments().value(0, QStringLiteral("-")), hasInput, &script);
+    const QString obstacle = openScript(parser.positionalArguments().value(0, QStringLiteral("-")), hasInput, &script);
     if (!obstacle.isEmpty()) {
         return complain(BadInput, obstacle);
     }
 
     onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
-    const QTemporaryDir cache; // a host that runs has its icons in the usual place
-    if (!cache.isValid()) {
-        return complain(NoEnvironment,
-                        QStringLiteral("No temporary folder in %1: %2").arg(QDir::tempPath(), cache.errorString()));
-    }
-    qputenv("TMPDIR", QFile::encodeName(cache.path()));
     ServerProcess server;
-    QString connection;
-    obstacle = prepareServer(parser, &server, &connection);
-    if (!obstacle.isEmpty()) {
-        return complain(NoEnvironment, obstacle);
+    QString address = parser.value(QStringLiteral("server")); // stays empty for the desktop
+    if (address.isEmpty() && !parser.isSet(QStringLiteral("desktop"))) {
+        if (!server.listen()) {
+            return complain(NoEnvironment, QStringLiteral("kavrel-notification-server cannot be started."));
+        }
+        address = server.address();
     }
-    lumd::Host host(config.get());
-    return simulate(parser, &host, script, connection);
+    HostDaemon daemon(config.get());
+    return simulate(parser, &daemon, script, address);
 }
 
 } // namespace
