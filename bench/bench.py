@@ -16,15 +16,16 @@ from sides import Side
 
 ROUNDS = 15
 
-# What is measured at 100 live, and what it may cost as a multiple of the bare call.
+# The operations measured at 100 live, and their limits as multiples of the bare call. A limit stands only where the bare
+# side does the same work: it deletes no files, and does nothing between its calls.
 OPERATIONS = {
     "new": ("new notification", 1.25),
     "update": ("update", 1.25),
     "repeat": ("unchanged repetition", 0.10),
     "icons": ("new with two icons, bare with two QSaveFile", 1.15),
-    "dismiss": ("dismissal told", 1.25),
+    "dismiss": ("dismissal told", None),
     "invoke": ("invocation told", 1.25),
-    "remove": ("removal carried out", 1.25),
+    "remove": ("removal carried out", None),
 }
 FLAT = ("new", "update", "repeat", "icons", "remove")
 
@@ -98,7 +99,7 @@ def print_times(stopwatch):
     line("timed, in us", "ours", "bare", "ratio")
     for operation, (name, limit) in OPERATIONS.items():
         ratio(name, stopwatch.microseconds("plugin", operation), stopwatch.microseconds("bare", operation), limit)
-    for operation, name, limit in (("burst", "each of a burst of 50", 1.25), ("clear", "each of 1,000 cleared", 1.25),
+    for operation, name, limit in (("burst", "each of a burst of 50", None), ("clear", "each of 1,000 cleared", None),
                                    ("load", "loading and unloading", 1.5)):
         ratio(name, stopwatch.microseconds("plugin", operation), stopwatch.microseconds("bare", operation), limit)
     line("timed, in us", "10,000 live", "100", "ratio")
@@ -195,7 +196,7 @@ def main():
     parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
     parser.add_argument("programs", help=argparse.SUPPRESS)
     parser.add_argument("--idle", type=int, default=60, metavar="SECONDS", help="how long to look for wake-ups")
-    parser.add_argument("--check", action="store_true", help="fail when a count has changed by more than 3 %%")
+    parser.add_argument("--check", action="store_true", help="fail when a count is more than 3 %% above the recorded one")
     parser.add_argument("--record", action="store_true", help="record the counts that --check compares with")
     parser.add_argument("--plot", action="store_true", help="draw the pictures of docs/performance.md")
     arguments = parser.parse_args()

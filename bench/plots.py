@@ -5,13 +5,12 @@ import subprocess
 import time
 
 from counts import ADD, PUBLISH
-from sides import Counted, Side
+from sides import Counted
 
 FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "docs", "performance")
 LIVE = (10, 30, 100, 300, 1000, 3000, 10000)
 CURVES = {"new": "new notification", "update": "update", "dismiss-newest": "dismissal", "remove": "removal",
           "repeat": "unchanged repetition"}
-SENDER = {"invoke": "oldest", "invoke-newest": "newest"}
 STYLE = """
 set terminal svg size 760,{height} font "sans-serif,14" dynamic
 set border 3 lc "#808080"
@@ -51,30 +50,18 @@ def block(name, rows):
 
 
 def draw_cost():
-    """Instructions of each operation, and the time and instructions of an invocation of the oldest and the newest."""
-    rows, sender = [], []
+    """Instructions of each operation."""
+    rows = []
     for live in LIVE:
         counted = Counted("plugin", live)
         time.sleep(min(10, 2 + live / 200))  # the client library may wait for the server again
         rows.append([live, *(counted.instructions(operation, 10) for operation in CURVES)])
-        row = [live, *(counted.instructions(operation, 10) for operation in SENDER)]
         counted.end()
-        side = Side("plugin", live)
-        row += [min(side.run(operation, 10).seconds for _ in range(50)) * 1e6 for operation in SENDER]
-        side.end()
-        sender.append(row)
-        print(rows[-1], sender[-1], flush=True)
-    logarithmic = 'set logscale x\nset xlabel "live notifications"\nset format x "%.0f"\n'
+        print(rows[-1], flush=True)
     curves = ", ".join(f'$data using 1:(${number}/1000) with linespoints title "{title}"'
                        for number, title in enumerate(CURVES.values(), 2))
-    gnuplot("cost.svg", block("data", rows) + logarithmic + 'set ylabel "thousand instructions"\nset yrange [0:]\n'
-            "set key outside top center horizontal\nplot " + curves)
-    gnuplot("sender.svg", block("data", sender) + logarithmic + 'set yrange [0:]\nset multiplot layout 1,2\n'
-            'set key top left\nset title "thousand instructions"\n'
-            'plot $data using 1:($2/1000) with linespoints title "the oldest", '
-            '$data using 1:($3/1000) with linespoints title "the newest"\nset title "microseconds"\n'
-            'plot $data using 1:4 with linespoints title "the oldest", '
-            '$data using 1:5 with linespoints title "the newest"\n', height=320)
+    gnuplot("cost.svg", block("data", rows) + 'set logscale x\nset xlabel "live notifications"\nset format x "%.0f"\n'
+            'set ylabel "thousand instructions"\nset yrange [0:]\nset key outside top center horizontal\nplot ' + curves)
 
 
 def steps(operation):

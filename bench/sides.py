@@ -3,7 +3,6 @@
 import os
 import re
 import shutil
-import statistics
 import subprocess
 import tempfile
 from collections import namedtuple
@@ -90,10 +89,10 @@ class CountedProcess(Side):
         self.run(operation, count)
         return [f"{self.folder}/{name}" for name in set(os.listdir(self.folder)) - before if name.startswith("count.")]
 
-    def instructions(self, operation, count):
-        """Of one of `count`."""
-        return sum(int(re.search(r"^totals: (\d+)", open(name).read(), re.MULTILINE)[1])
-                   for name in self.dumps(operation, count)) / count
+    def instructions(self, operation, count, times=3):
+        """Of one of `count`. The least of several times: a busy machine only adds some."""
+        return min(sum(int(re.search(r"^totals: (\d+)", open(name).read(), re.MULTILINE)[1])
+                       for name in self.dumps(operation, count)) for _ in range(times)) / count
 
     def inclusive(self, operation, count, functions):
         """Of one of `count`, those of each function with all that it calls."""
@@ -118,7 +117,7 @@ class Traced(Side):
 
     def calls(self, operation, count, times=5):
         """Of one of `count`: those of all threads; those of the thread that shows notifications, but for locks, which
-        it sometimes finds taken; and the bytes sent. Medians of several times."""
+        it sometimes finds taken; and the bytes sent. The least of several times."""
         path = f"{self.folder}/calls"
         seen = []
         for _ in range(times):
@@ -127,7 +126,7 @@ class Traced(Side):
             with open(path) as file:
                 file.seek(before)
                 seen.append([value / count for value in self.between_marks(file)])
-        return Called(*map(statistics.median, zip(*seen)))
+        return Called(*map(min, zip(*seen)))
 
     @staticmethod
     def between_marks(lines):
