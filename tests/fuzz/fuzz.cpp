@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Bytes become what a host, a user, a configuration file or a script may send: FUZZ_TARGET in the environment says
-// which.
+// Turns bytes into the calls of a host and a user, or into a script: FUZZ_TARGET in the environment names which.
 #include "tests/fixture.h"
 #include "tools/lumdsim/script.h"
 
@@ -20,7 +19,12 @@ constexpr uint32_t ids[] = {
     n::lowUrgency, n::ongoing, n::indeterminate, n::actions, field::action::freeInput, field::action::choices};
 // clang-format on
 
-void require(bool holds, const char *what) { holds ? void() : qFatal("broken: %s", what); }
+void require(bool holds, const char *error)
+{
+    if (!holds) {
+        qFatal("broken: %s", error);
+    }
+}
 
 Fields fuzzed(Input &input)
 {
@@ -40,7 +44,7 @@ Fields fuzzed(Input &input)
     return fields;
 }
 
-/// Whatever the host and the user did, clearing leaves no trace of it.
+/// Clearing leaves no trace of anything that the host and the user did.
 void fuzzHost(Input &input)
 {
     Fixture fixture("[Notifications]\nNotifActionInput=yes\n");
@@ -50,7 +54,7 @@ void fuzzHost(Input &input)
         const Fields fields = fuzzed(input);
         const lumd::Record message = record(lumd::messageRecord, fields);
         const uint id = input.ConsumeIntegralInRange(0U, 9U);
-        const std::function<void()> deeds[] = {
+        const std::function<void()> calls[] = {
             [&] { fixture.add(QByteArray::fromStdString(text), fields); },
             [&] { host.publish(message.get()); },
             [&] { host.installationResult(message.get()); },
@@ -58,19 +62,12 @@ void fuzzHost(Input &input)
             [&] { host.dexoptNotify(text.c_str(), text.c_str(), id); },
             [&] { fixture.onServer([id](Server &server) { server.Dismiss(id); }); },
             [&] { fixture.onServer([&](Server &server) { server.ActionInvoked(id, QString::fromStdString(text)); }); }};
-        input.PickValueInArray(deeds)();
+        input.PickValueInArray(calls)();
         fixture.settle();
     }
     host.clear();
     require(fixture.desktop().isEmpty(), "clearing leaves notifications on the desktop");
     require(fixture.cacheFiles().isEmpty(), "clearing leaves icons");
-}
-
-void fuzzConfig(Input &input)
-{
-    std::string error;
-    const lumd::Config config = lumd::parseConfig(input.ConsumeRemainingBytesAsString(), "name", &error);
-    require((config != nullptr) == error.empty(), "an error without a message, or a message without an error");
 }
 
 void fuzzScript(Input &input)
@@ -91,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const QCoreApplication application(argc, nullptr);
     static const QByteArray target = qgetenv("FUZZ_TARGET");
     Input input(data, size);
-    (target == "host" ? fuzzHost : target == "config" ? fuzzConfig : fuzzScript)(input);
+    (target == "host" ? fuzzHost : fuzzScript)(input);
     require(lumd::takeFindings().empty() && lumd::liveRecords() == 0, "host records are misused, or leak");
     return 0;
 }
