@@ -18,11 +18,35 @@ build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libedit-dev scdoc
 # shellcheck disable=SC2034
 test_packages=(binutils dbus-daemon libnotify-bin python3-dbusmock)
 
-# Runs a command without showing its output, unless it fails.
+fail() { # MESSAGE
+    echo "$1" >&2
+    exit 1
+}
+
+# Lists all files of the project, also in a tree without a git repository.
+tracked() {
+    if [[ -e .git ]]; then
+        git ls-files
+    else
+        find . -path ./build -prune -o -type f -printf '%P\n'
+    fi
+}
+
+# Shows only the latest line of its input, and only on a terminal, which cuts it at its edge.
+show_progress() {
+    [[ -t 2 ]] || exec cat >/dev/null
+    local line
+    while IFS= read -r line; do
+        printf '\r\e[K\e[?7l%s\e[?7h' "$line" >&2
+    done
+    printf '\r\e[K' >&2
+}
+
+# Runs a command, shows its progress, and keeps its output on the screen only if it fails.
 quietly() {
     local log
     log=$(mktemp)
-    if ! "$@" >"$log" 2>&1; then
+    if ! "$@" 2>&1 | tee "$log" | show_progress; then
         cat "$log" >&2
         rm -f "$log"
         exit 1
@@ -30,22 +54,46 @@ quietly() {
     rm -f "$log"
 }
 
+# Without a terminal, nobody could type a password.
+as_root() { # COMMAND...
+    local sudo=(sudo)
+    [[ -t 0 ]] || sudo+=(-n)
+    ((EUID != 0)) || sudo=()
+    "${sudo[@]}" "$@"
+}
+
+# Waits for another apt: apt itself waits for dpkg's lock, but not for that of the lists.
+update_lists() {
+    local output
+    for _ in {1..120}; do
+        output=$(as_root env LC_ALL=C apt-get update -q 2>&1) && return
+        [[ $output == *"Could not get lock"* ]] || break
+        sleep 5
+    done
+    echo "$output"
+    return 1
+}
+
 # Installs those of the given Debian packages that are missing, and says which.
 need() {
-    local missing=() root=() package
+    local missing=() package answer by_hand
     for package in "$@"; do
         [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
     done
     ((${#missing[@]})) || return 0
-    if ! command -v apt-get >/dev/null; then
-        echo "This is not a Debian system: install what these packages hold first: ${missing[*]}" >&2
-        exit 1
+    echo "These Debian packages are missing: ${missing[*]}" >&2
+    command -v apt-get >/dev/null || fail "This is not a Debian system: install what they hold, then try again."
+    by_hand="Install them as root, then try again: apt-get install ${missing[*]}"
+    ((EUID == 0)) || command -v sudo >/dev/null || fail "$by_hand"
+    if [[ -t 0 ]]; then
+        read -rp "Install them now? [Y/n] " answer
+        [[ ${answer:-y} == [yY]* ]] || fail "$by_hand"
     fi
-    echo "Installing: ${missing[*]}" >&2
-    ((EUID == 0)) || root=(sudo)
-    quietly "${root[@]}" apt-get update -q
-    quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -q --no-install-recommends "${missing[@]}"
+    as_root true || fail "$by_hand"
+    echo "Installing them ..." >&2
+    quietly update_lists
+    quietly as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -q --no-install-recommends -o DPkg::Lock::Timeout=600 "${missing[@]}"
 }
 
 # Configures and builds a preset.

@@ -48,10 +48,7 @@ picture() ( # FILE
 soon() { # COMMAND...
     local deadline=$((SECONDS + 20))
     until "$@" 2>/dev/null; do
-        if ((SECONDS > deadline)); then
-            echo "Waited in vain for: $*" >&2
-            exit 1
-        fi
+        ((SECONDS <= deadline)) || fail "Waited in vain for: $*"
         sleep 0.1
     done
 }
