@@ -14,9 +14,9 @@ any_of() {
     echo "($*)"
 }
 
-build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev libedit-dev scdoc)
+build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev scdoc)
 # shellcheck disable=SC2034
-test_packages=(binutils dbus-daemon libnotify-bin python3-dbusmock)
+test_packages=(binutils dbus-daemon libglib2.0-bin python3-dbusmock)
 
 fail() { # MESSAGE
     echo "$1" >&2

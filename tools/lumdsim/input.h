@@ -3,19 +3,15 @@
 
 #include <QtCore/QSocketNotifier>
 
-/// Reads lines as they come: from a file or a pipe, or typed at a terminal, where they can be edited and recalled.
-/// There can be one.
+/// Reads lines as they come, from a file, a pipe or a terminal.
 class Input : public QObject
 {
     Q_OBJECT
 
 public:
     explicit Input(int descriptor);
-    /// Leaves the terminal as it was.
-    ~Input() override;
-
-    /// Takes over what was typed; null at the end. For the library that edits lines.
-    void take(const char *line);
+    /// Before the next line.
+    void setPause(int milliseconds) { m_pause = milliseconds; }
 
 Q_SIGNALS:
     void lineRead(const QByteArray &line);
@@ -27,7 +23,7 @@ private:
     void next();
 
     QSocketNotifier m_notifier;
-    const bool m_typed;
     QByteArray m_buffer;
+    int m_pause = 0;
     int m_searched = 0; ///< so much of the buffer holds no end of a line
 };
