@@ -60,6 +60,20 @@ lumd::Config lumd::parseConfig(const std::string &text, const std::string &name,
     return read(stream, name, error);
 }
 
+std::vector<lumd::ConfigEntry> lumd::configEntries(const lu_config_parser &parser)
+{
+    std::vector<ConfigEntry> entries;
+    for (const auto &[name, section] : parser.sections) {
+        if (section.empty()) { // sections without keys are left out
+            entries.push_back({"", name, section.data()});
+        }
+        for (const auto &[key, value] : section) {
+            entries.push_back({name, key, value.data()});
+        }
+    }
+    return entries;
+}
+
 int lu_config_parser_contains(lu_config_parser *parser, const char *section, const char *key)
 {
     return find(parser, section, key) ? 1 : 0;

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 /// The host's own side of `liblumd-config-parser.so.1`.
 namespace lumd
@@ -21,5 +22,13 @@ using Config = std::unique_ptr<lu_config_parser, ConfigDelete>;
 LU_EXPORT Config loadConfig(const std::string &file, std::string *error);
 /// The same from memory; `name` stands for the file in messages.
 LU_EXPORT Config parseConfig(const std::string &text, const std::string &name, std::string *error);
+
+/// One "key = value" line; `section` is empty for a key above all sections.
+struct ConfigEntry {
+    std::string section;
+    std::string key;
+    std::string value;
+};
+LU_EXPORT std::vector<ConfigEntry> configEntries(const lu_config_parser &parser);
 
 } // namespace lumd

@@ -1,9 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtCore/QCommandLineParser>
+#include <QtCore/QString>
 
-/// Reads the command line of this process. What is wrong with it; empty when nothing is.
-QString parseCommandLine(QCommandLineParser *parser);
-/// What `--help` prints.
-QString helpText(const QCommandLineParser &parser);
+/// The command line of lumdsim.
+struct Options {
+    QString plugin;
+    QString config; ///< empty for the simulated host's own
+    QString server;
+    QString script; ///< "-" for the standard input
+    QString loggingRules;
+    int paceMs = 0;
+    bool desktop = false;
+    bool wait = false;
+    bool json = false;
+};
+
+/// Reads the command line of this process. Prints the help or the version, where asked, and ends the process.
+bool readOptions(Options *options, QString *error);

@@ -40,14 +40,6 @@ QJsonArray actions(const DesktopNotification &notification)
 
 } // namespace
 
-void Output::begin(int number, const QString &key)
-{
-    m_line = number;
-    if (!key.isEmpty()) {
-        m_lines.insert(key, number);
-    }
-}
-
 void Output::say(const QString &line) const
 {
     if (!m_json) {
@@ -69,18 +61,22 @@ void Output::shown(const QString &key, const DesktopNotification &notification, 
            m_json ? QString() : renderShown(notification, replaced));
 }
 
-void Output::unchanged(const QString &key) { report(Shown, "unchanged", key, 0, {}, QString()); }
+void Output::unchanged(const QString &key)
+{
+    report(Shown, "unchanged", key, 0, {}, QStringLiteral("  unchanged, not sent"));
+}
 
 void Output::skipped(const QString &verb, const QString &key)
 {
     report(Shown, "skipped", key, 0, {{QStringLiteral("do"), verb}},
-           QStringLiteral("  skipped: only the kavrel server can be operated"));
+           QStringLiteral("  skipped: on the desktop, you are the user"));
 }
 
 void Output::action(const QString &key, const QString &title, const QString &identifier)
 {
+    const QString chosen = identifier.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, identifier);
     report(Told, "action", key, 0, {{QStringLiteral("title"), title}, {QStringLiteral("identifier"), identifier}},
-           printable(QStringLiteral("← host told: %1 (%2) of %3").arg(title, identifier, key)));
+           printable(QStringLiteral("← host told: %1 of %2").arg(chosen, key)));
 }
 
 void Output::invoked(const QString &method, const QStringList &arguments)
@@ -106,15 +102,10 @@ void Output::removed(const QString &key)
 
 void Output::report(Rank rank, const char *event, const QString &key, uint id, QJsonObject json, const QString &human)
 {
-    const QString subject = !key.isEmpty() ? key : id != 0 ? QString::number(id) : QString();
-    const int line = m_line != 0 ? m_line : m_lines.value(subject);
-    if (!subject.isEmpty()) {
-        m_lines.insert(subject, line);
-    }
     if (m_json) {
         json.insert(QStringLiteral("event"), QLatin1String(event));
         json.insert(QStringLiteral("key"), key);
-        json.insert(QStringLiteral("line"), line);
+        json.insert(QStringLiteral("line"), m_line);
         json.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
         if (id != 0) {
             json.insert(QStringLiteral("id"), static_cast<qint64>(id));
@@ -122,9 +113,8 @@ void Output::report(Rank rank, const char *event, const QString &key, uint id, Q
     }
     const QString text = m_json ? QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)) : human;
     if (!text.isEmpty()) {
-        m_held.push_back({rank, subject, text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n')});
+        m_held.push_back({rank, text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n')});
     }
-    ++m_reports;
     m_effects += rank == Shown ? 0 : 1;
     onReport();
 }
@@ -135,9 +125,6 @@ void Output::flush()
     QString text;
     for (const Report &report : m_held) {
         text += report.text;
-        if (report.rank == Closed) {
-            m_lines.remove(report.subject);
-        }
     }
     m_held.clear();
     if (!text.isEmpty()) {

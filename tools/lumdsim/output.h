@@ -3,7 +3,6 @@
 
 #include "standins/protocol/desktopnotification.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QJsonObject>
 
 #include <functional>
@@ -19,9 +18,8 @@ public:
     {
     }
 
-    /// Line `number` of the script, about the notification with this key, causes what is reported from now on; 0 for
-    /// what happens by itself, which is put down to the latest line about the same notification.
-    void begin(int number, const QString &key);
+    /// Line `number` of the script causes the reports from now on; 0 for those that no line causes.
+    void setLine(int number) { m_line = number; }
 
     /// Prints at once, for people only.
     void say(const QString &line) const;
@@ -31,12 +29,11 @@ public:
     void invoked(const QString &method, const QStringList &arguments);
     void closed(const QString &key, const DesktopNotification &notification, uint reason);
     void removed(const QString &key);
-    /// What the user should do cannot be done here.
+    /// The script cannot play the user here.
     void skipped(const QString &verb, const QString &key);
 
     void flush();
-    /// Count what was ever reported: all, and what the host may act upon.
-    int reports() const { return m_reports; }
+    /// Counts the reports that the host may have acted upon.
     int effects() const { return m_effects; }
     /// Called for every report.
     std::function<void()> onReport;
@@ -46,15 +43,12 @@ private:
     enum Rank { Shown, Told, Closed, Removed };
     struct Report {
         Rank rank;
-        QString subject;
         QString text;
     };
     void report(Rank rank, const char *event, const QString &key, uint id, QJsonObject json, const QString &human);
 
     bool m_json;
-    int m_reports = 0;
     int m_effects = 0;
     int m_line = 0;
-    QHash<QString, int> m_lines; ///< the latest about each notification, by key or identifier
     std::vector<Report> m_held;
 };

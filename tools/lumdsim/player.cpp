@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/player.h"
 
+#include "tools/lumdsim/pluginlog.h"
+
 #include <QtCore/QEventLoop>
 #include <QtCore/QScopedValueRollback>
 
@@ -9,7 +11,7 @@
 static void wait(qint64 milliseconds)
 {
     QEventLoop loop;
-    const qint64 time = qBound<qint64>(0, milliseconds, std::numeric_limits<int>::max());
+    const qint64 time = qMin<qint64>(milliseconds, std::numeric_limits<int>::max());
     QTimer::singleShot(static_cast<int>(time), Qt::PreciseTimer, &loop, &QEventLoop::quit);
     loop.exec();
 }
@@ -21,14 +23,16 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output)
 {
     connect(screen, &Screen::shown, this, [output](auto &&...report) { output->shown(report...); });
     connect(screen, &Screen::closed, this, [output](auto &&...report) { output->closed(report...); });
-    host->onAction = [output](const std::string &key, lu_field *action) {
+    host->onAction = [this](const std::string &key, lu_field *action) {
         const auto text = [action](uint32_t id) { return QString::fromUtf8(lu_field_get_str(action, id)); };
-        output->action(QString::fromStdString(key), text(field::action::title), text(field::action::identifier));
+        m_open.remove(QString::fromStdString(key));
+        m_output->action(QString::fromStdString(key), text(field::action::title), text(field::action::identifier));
     };
-    host->onRemoved = [output, screen](const std::string &key) {
-        screen->forget(QString::fromStdString(key));
-        output->removed(QString::fromStdString(key));
+    host->onRemoved = [this](const std::string &key) {
+        m_open.remove(QString::fromStdString(key));
+        m_output->removed(QString::fromStdString(key));
     };
+    onUnchanged([this] { m_output->unchanged(m_key); });
 
     m_late.setSingleShot(true);
     connect(&m_late, &QTimer::timeout, this, &Player::settle);
@@ -39,48 +43,53 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output)
     };
 }
 
-QString Player::play(const Event &event, int number)
+void Player::called(const QString &method, const QStringList &arguments)
+{
+    m_open.remove(arguments.value(0));
+    m_output->invoked(method, arguments);
+}
+
+bool Player::play(const Event &event, int number, QString *error)
 {
     if (!event.verb) {
         m_output->say(event.comment);
-        return {};
+        return true;
     }
-    const QString key = event.text("key");
-    QStringList words = {QStringLiteral("→"), QLatin1String(event.verb->phrase), key, event.text("action")};
+    m_key = event.text("key");
+    const QStringList words = {QStringLiteral("→"), QLatin1String(event.verb->phrase), m_key, event.text("action")};
     m_output->say(words.join(QLatin1Char(' ')).trimmed());
-    m_output->begin(number, key);
-    m_screen->setKey(key);
-    const bool mayBeUnchanged = event.record && m_screen->shows(key); // the host adds it again
-    const int before = m_output->reports();
-    QString fault = perform(event);
+    m_output->setLine(number);
+    const bool performed = perform(event, error);
     settle();
-    if (mayBeUnchanged && before == m_output->reports()) {
-        m_output->unchanged(key);
-        m_output->flush();
+    m_output->setLine(0);
+    if (!m_answered) {
+        *error = QStringLiteral("the notification server does not answer");
     }
-    m_output->begin(0, {});
-    m_screen->setKey({});
-    return fault;
+    return performed && m_answered;
 }
 
-QString Player::perform(const Event &event)
+bool Player::perform(const Event &event, QString *error)
 {
     const QString verb = QLatin1String(event.verb->name);
-    const QString key = event.text("key");
     if (event.verb->call) {
-        event.verb->call(*m_host, event);
-        if (verb == QLatin1String("remove") || verb == QLatin1String("clear")) {
-            m_screen->forget(key);
+        if (verb == QLatin1String("add")) {
+            m_open.insert(m_key);
+        } else if (verb == QLatin1String("remove")) {
+            m_open.remove(m_key);
+        } else if (verb == QLatin1String("clear")) {
+            m_open.clear();
         }
+        event.verb->call(*m_host, event);
     } else if (verb == QLatin1String("wait")) {
-        m_output->begin(0, {});
+        m_output->setLine(0);
         wait(event.members.value(QStringLiteral("ms")).toVariant().toLongLong());
     } else if (m_screen->isOurs()) {
-        return m_screen->act(verb, key, event.text("action"), event.text("text"));
+        *error = m_screen->act(verb, m_key, event.text("action"), event.text("text"));
+        return error->isEmpty();
     } else {
-        m_output->skipped(verb, key);
+        m_output->skipped(verb, m_key);
     }
-    return {};
+    return true;
 }
 
 void Player::settle()

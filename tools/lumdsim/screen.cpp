@@ -20,36 +20,19 @@ QString Screen::watch(const QDBusConnection &client)
         m_control->setTimeout(5000);
         connect(m_control, &Control::Shown, this, &Screen::onShown);
         connect(m_control, &Control::Closed, this, &Screen::onClosed);
-    } else {
-        m_monitor = std::make_unique<BusMonitor>();
-        connect(m_monitor.get(), &BusMonitor::notified, this,
-                [this](const DesktopNotification &notification) { onShown(notification, notification.id != 0); });
-        if (!m_monitor->start(client)) {
-            qWarning("The session bus does not allow watching it: what is shown will not be told.");
-            m_monitor.reset();
-        }
     }
     return {};
 }
 
-void Screen::forget(const QString &key)
-{
-    if (!isOurs()) {
-        key.isEmpty() ? m_ids.clear() : static_cast<void>(m_ids.remove(key));
-    }
-}
-
-bool Screen::settle() { return ::settle(m_client) && (!m_monitor || m_monitor->settle()); }
+bool Screen::settle() const { return ::settle(m_client); }
 
 void Screen::onShown(const DesktopNotification &notification, bool replaced)
 {
-    const QString key = notification.hints.value(protocol::hint::originKey(), m_key).toString();
+    const QString key = notification.hints.value(protocol::hint::originKey()).toString();
     if (!key.isEmpty()) {
         m_ids.insert(key, notification.id);
     }
-    if (isOurs()) {
-        m_shown.insert(notification.id, notification);
-    }
+    m_shown.insert(notification.id, notification);
     Q_EMIT shown(key, notification, replaced);
 }
 

@@ -14,9 +14,9 @@ struct Verb {
     const char *name;   ///< the member "do"
     const char *phrase; ///< for people, before the key
     std::vector<Member> members;
-    size_t required = 0;     ///< so many members, from the first
+    size_t required = 0;     ///< number of required members, the first ones
     uint32_t recordType = 0; ///< of the host's record that the members become; 0 for none
-    /// Null for what the host has no part in.
+    /// Null for events in which the host has no part.
     void (*call)(const lumd::Host &host, const Event &event) = nullptr;
 };
 
@@ -30,5 +30,7 @@ struct Event {
     QString text(const char *member) const { return members.value(QLatin1String(member)).toString(); }
 };
 
-/// False, with what is wrong in `error`, when the line is no event. Files are looked up in `base`.
+/// A short line that is an event, for messages.
+QString exampleEvent();
+/// Reads a line of a script. Files are looked up in `base`.
 bool readEvent(const QByteArray &line, const QDir &base, Event *event, QString *error);

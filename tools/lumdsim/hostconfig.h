@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "standins/config-parser/configparser.h"
+
+#include <QtCore/QString>
+
+/// Loads the simulated host's configuration; without a file name, one that allows actions with input. Warns on standard
+/// error of entries that the plug-in ignores or cannot use.
+bool loadHostConfig(const QString &fileName, lumd::Config *config, QString *error);
