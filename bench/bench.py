@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Measures the plug-in against bare D-Bus calls and against libnotify, and prints a table with what the limits are.
+"""Measures the plug-in against bare D-Bus calls and against libnotify, and prints a table with the limits.
 
-To be run on a session bus of its own.
+It wants a session bus of its own.
 """
 import argparse
 import json
@@ -43,8 +43,8 @@ def ratio(name, ours, other, limit=None):
 
 
 class Stopwatch:
-    """Times all sides in turn in short batches, of which the fastest counts: what else the machine does only ever adds
-    to a time."""
+    """Times all sides in turn, in short batches. The fastest batch counts: other work of the machine only adds to a
+    time."""
 
     def __init__(self):
         self.best = {}
@@ -109,7 +109,7 @@ def print_times(stopwatch):
 
 
 def print_libnotify():
-    """The same shown by a server that knows nothing of ours."""
+    """Compares with libnotify, on a server that knows only the protocol."""
     server = Side("foreign", on_bus=True)
     stopwatch = Stopwatch()
     looks = set()
@@ -132,7 +132,7 @@ def print_libnotify():
 
 
 def lumdsim(live):
-    """One that plays line by line and has `live` notifications shown."""
+    """Starts a lumdsim that reads line by line, and has it show `live` notifications."""
     process = subprocess.Popen([f"{Side.programs}/lumdsim", "--json"], text=True, stdin=subprocess.PIPE,
                                stdout=subprocess.PIPE)
     for number in range(live):
@@ -155,7 +155,7 @@ def print_lumdsim():
                 play(process, number, str(batch))
             best[live] = (min(seconds, time.monotonic() - start), process)
     for _, process in best.values():
-        process.communicate()  # it tells what it removes
+        process.communicate()  # it prints each removal
     line("a line of lumdsim --json, in us", "1,000 live", "10", "ratio")
     ratio("update", best[1000][0] * 1e5, best[10][0] * 1e5, 1.3)
 

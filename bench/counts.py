@@ -21,7 +21,7 @@ Counts = namedtuple("Counts", "instructions calls steady sent")
 
 
 def count(kind, operation, on_bus=False):
-    """What one costs. In processes of its own, since the client library waits for a server only so long in all."""
+    """Counts one operation, in processes of its own: the client library's time for waiting is limited."""
     live = None if kind == "libnotify" else LIVE
     batch = BATCH.get(operation, 10)
     counted = Counted(kind, live, on_bus)
@@ -34,7 +34,7 @@ def count(kind, operation, on_bus=False):
 
 
 def outside_publish():
-    """An add's instructions but for those of the client library's publish()."""
+    """The instructions of an add outside the client library's publish()."""
     counted = Counted("plugin", LIVE)
     inclusive = counted.inclusive("new", 10, [ADD, PUBLISH])
     counted.end()
@@ -48,7 +48,7 @@ def stripped_size():
 
 
 def collect(operations):
-    """All that is recorded, by its name."""
+    """All recorded counts, by name."""
     figures = {"kavrel.so: bytes, stripped": stripped_size(), "new: instructions outside publish": outside_publish()}
     foreign = Side("foreign", on_bus=True)
     for operation, on_bus in [*((operation, False) for operation in operations), ("new", True)]:

@@ -28,7 +28,7 @@ set linetype 5 lc "#d55181" lw 2 pt 7 ps 0.6
 set linetype 6 lc "#9085e9" lw 2 pt 7 ps 0.6
 """
 
-# The steps of an add: what each function costs, but for the functions after it that it calls.
+# The steps of an add: the cost of each first function, without the functions after it, which it calls.
 STEPS = {
     "plug-in: fields and hints": (ADD, "remoteActions", "setSmallIcon", "setLargeIcon", PUBLISH),
     "plug-in: actions": ("remoteActions",),

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What ./dev board has its machine do, in a copy of the tree at the same place. The last line tells the outcome.
+# The part of ./dev board that runs on its machine, in a copy of the tree at the same path. The last line is the result.
 # SPDX-License-Identifier: MIT
 set -euo pipefail
 read -r boot _ </proc/uptime

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# What the commands share. They run in the top folder, from wherever they are started.
+# Functions of all commands. Each command runs in the top folder, whatever folder it is started in.
 # shellcheck shell=bash
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 
@@ -82,7 +82,7 @@ need() {
     done
     ((${#missing[@]})) || return 0
     echo "These Debian packages are missing: ${missing[*]}" >&2
-    command -v apt-get >/dev/null || fail "This is not a Debian system: install what they hold, then try again."
+    command -v apt-get >/dev/null || fail "This is not a Debian system: install the content of these packages, then try again."
     by_hand="Install them as root, then try again: apt-get install ${missing[*]}"
     ((EUID == 0)) || command -v sudo >/dev/null || fail "$by_hand"
     if [[ -t 0 ]]; then
@@ -116,7 +116,7 @@ extract_armhf() {
         --aptopt=<(apt-config dump Acquire) "${@:1:$#-1}" '' "${@: -1}" - <<<"$archives"
 }
 
-# What building for armhf takes: a cross-compiler, and build/arm-sysroot with the libraries.
+# Prepares a build for armhf: a cross-compiler, and build/arm-sysroot with the libraries.
 arm_sysroot() {
     need cmake ninja-build g++-arm-linux-gnueabihf mmdebstrap qtbase5-dev-tools scdoc
     local sysroot=build/arm-sysroot packages
@@ -126,7 +126,7 @@ arm_sysroot() {
     rm -rf "$sysroot" "$sysroot.part"
     mkdir -p build
     extract_armhf "--include=$packages" "$sysroot.part"
-    # What generates code while building runs here.
+    # Code generators run on this machine.
     rm -r "$sysroot.part/usr/lib/qt5/bin"
     ln -s /usr/lib/qt5/bin "$sysroot.part/usr/lib/qt5/bin"
     arm-linux-gnueabihf-gcc --sysroot="$PWD/$sysroot.part" -shared -fPIC -O2 scripts/armprocesses.c \

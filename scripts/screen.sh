@@ -10,7 +10,7 @@ desktop_there() {
         org.freedesktop.Notifications.GetServerInformation >/dev/null 2>&1
 }
 
-# Shows them on the session's desktop until a line comes in, and what the user does there.
+# Shows them on the session's desktop until a line comes in, and prints the user's acts.
 play_on_desktop() {
     {
         grep -e '"Morning Ferry"' -e '"111 of 148 MB"' -e '"3 new messages".*T08:10' -e '"Lunch at ' \
@@ -38,7 +38,7 @@ picture() ( # FILE
     soon four_displayed
     soon unchanged_screen
     eval "$(xdotool search --onlyvisible --class dunst getwindowgeometry --shell)"
-    # The wallpaper, for what the notifications leave free: dunst cuts them out of the screen.
+    # A wallpaper fills the space between the notifications: dunst cuts them out of the screen.
     convert "$scratch/screen.png" -crop "$((WIDTH + 96))x$((HEIGHT + 96))+$((X - 48))+$((Y - 48))" +repage \
         -alpha set -fill none -draw 'matte 0,0 floodfill' \
         \( -clone 0 -alpha off -sparse-color bilinear "0,0 #a9c6cf %w,0 #8fa8c9 0,%h #7c93b8 %w,%h #5b6690" \) \

@@ -1,4 +1,4 @@
-# Makes an SVG picture of what a command prints on a terminal: terminal.py COLUMNS COMMAND >PICTURE
+# Makes an SVG picture of a command's output on a terminal: terminal.py COLUMNS COMMAND >PICTURE
 # SPDX-License-Identifier: MIT
 import html, re, subprocess, sys, unicodedata
 
@@ -11,7 +11,7 @@ def cells(text):
 
 
 def spans(line):
-    """The line's parts, with what their escape sequences ask for."""
+    """The parts of a line, in the style that their escape sequences ask for."""
     style = ""
     for part in re.split(r"(\x1b\[[\d;]*m)", line):
         if part.startswith("\x1b"):

@@ -19,7 +19,7 @@ namespace
 {
 
 bool outOfProcesses = false;
-int descriptor = 0;     ///< what Qt then takes for the new process's descriptor
+int descriptor = 0;     ///< Qt then takes it for the new process's
 bool killedAll = false; ///< whether Qt would have killed all of the user's processes
 
 /// A configuration with a shell script, on one line, as the alert command. Its "$TMPDIR" is the test's own.
@@ -91,8 +91,8 @@ private Q_SLOTS:
         fixture.add("k", {{n::title, "low but flagged"}, {n::importance, 1}, {n::lowUrgency, true}});
         fixture.add("k", {{n::title, "last"}, {n::importance, 4}});
         QTRY_COMPARE_WITH_TIMEOUT(out(), "fails\nkilled\nfloods\nforks\nagain\nlow but flagged\nlast\n", 18000);
-#ifndef __SANITIZE_ADDRESS__ // which keeps what was released
-        QVERIFY2(before > 0 && peakKib() < before + 50000, "keeps what the command says");
+#ifndef __SANITIZE_ADDRESS__ // it keeps released memory
+        QVERIFY2(before > 0 && peakKib() < before + 50000, "keeps the command's output");
 #endif
     }
 
@@ -127,7 +127,7 @@ private Q_SLOTS:
             }
             return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
         };
-        const auto before = run(1, 0); // Qt asks once what the kernel can do
+        const auto before = run(1, 0); // Qt asks the kernel once for its features
         outOfProcesses = true;
         const auto after = run(100, INT_MAX);
         run(1, hosts.handle());
@@ -137,7 +137,7 @@ private Q_SLOTS:
         QVERIFY2(hosts.read(1).size() == 1, "closed a descriptor that was not its own");
     }
 
-    /// Unloading neither waits for the running command nor ends it; what waits for its turn is dropped.
+    /// Unloading neither waits for the running command nor ends it, and drops the waiting ones.
     void unloadWhileRunning()
     {
         Fixture fixture(config(R"(echo "$TITLE" >>"$TMPDIR/out"; while [ ! -e "$TMPDIR/go" ]; do sleep 0.01; done; )"

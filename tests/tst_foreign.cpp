@@ -8,7 +8,7 @@ namespace a = field::action;
 namespace
 {
 
-/// What a server can do, how a chat message looks there, and what comes of what the user does.
+/// A server's capability, the look of a chat message there, and the effect of the user's act.
 struct Profile {
     const char *name; ///< the capability
     QString body;
@@ -49,7 +49,7 @@ private Q_SLOTS:
             {{a::title, "Reply"}, {a::identifier, "1"}, {a::freeInput, true}, {a::inputLabel, "Message"}},
             {{a::title, "Mood"}, {a::identifier, "2"}, {a::choices, list(Choices{"Good", "", "Bad"})}},
             {{a::title, "Mute"}, {a::identifier, "3"}}};
-        fixture.add("k", {{n::ongoing, true}}); // which it does not stay
+        fixture.add("k", {{n::ongoing, true}}); // the next version is not
         fixture.add("k", {{n::text, "a <b>"},
                           {n::subText, "me & you"},
                           {n::category, "msg"},
@@ -73,7 +73,7 @@ private Q_SLOTS:
         server.signal(profile.signal, {1U, profile.argument});
         server.signal("ActionInvoked", {1U, "default"}); // some report the tap as well
         fixture.settle();
-        server.run([] {}); // so that what it has noted can be read
+        server.run([] {}); // its notes can be read now
         QCOMPARE(fixture.happened().filter("told"), QStringList{profile.told});
         QCOMPARE(server.calls, (QStringList{"Notify", "Notify", profile.call}));
     }

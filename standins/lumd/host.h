@@ -30,9 +30,9 @@ constexpr uint32_t messageRecord = field::numbered(2, field::RecordType);
 constexpr uint32_t installationResultRecord = field::numbered(3, field::RecordType);
 constexpr uint32_t uninstallationResultRecord = field::numbered(4, field::RecordType);
 
-/// The setters that plug-ins do not have. All copy what they are given, and replace an earlier value.
+/// Plug-ins do not have these setters. Each copies its value, and replaces an earlier one.
 LU_EXPORT Record newRecord(uint32_t recordType);
-LU_EXPORT void setString(lu_field *record, uint32_t id, std::string_view value); ///< bytes as they are
+LU_EXPORT void setString(lu_field *record, uint32_t id, std::string_view value); ///< any bytes
 LU_EXPORT void setInt(lu_field *record, uint32_t id, int64_t value);
 LU_EXPORT void setBool(lu_field *record, uint32_t id, bool value);
 LU_EXPORT void setBytes(lu_field *record, uint32_t id, const void *data, size_t size);
@@ -52,7 +52,7 @@ class Host;
 
 } // namespace lumd
 
-/// What the host knows about one plug-in.
+/// The host's data about one plug-in.
 struct lu_handle {
     const lumd::Host *host = nullptr;
     lu_config_parser *config = nullptr;
@@ -78,7 +78,7 @@ public:
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;
 
-    /// What plug-ins get as their handle.
+    /// The handle that plug-ins get.
     lu_handle *handle() const { return m_handle.get(); }
     /// Whether a plug-in's callbacks are registered. The calls below do nothing while none are.
     bool hasPlugin() const { return m_handle->callbacks.has_value(); }

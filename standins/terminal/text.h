@@ -10,9 +10,9 @@ enum class Style { Plain, Bold, Dim, Red, Green, Yellow, Blue };
 /// The width of the terminal; 80 where there is none.
 int columns();
 QString styled(const QString &text, Style style);
-/// `text` without what would move the cursor or turn the reading direction, on one line.
+/// Returns `text` on one line, without characters that move the cursor or turn the reading direction.
 QString printable(const QString &text);
-/// `text`, made printable, in lines of at most `width` columns, cut at blanks where there are any.
+/// Makes `text` printable and cuts it into lines of at most `width` columns, at blanks if possible.
 QStringList wrapped(const QString &text, int width);
 /// Writes to the standard output at once; complains unless it is just that nobody reads any more.
 void print(const QString &text);

@@ -18,9 +18,9 @@ public:
 
     /// Empty when the plug-in can be used.
     QString errorString() const { return m_error; }
-    /// What it exports; null when there was an error.
+    /// The exported descriptor; null after an error.
     const lu_plugin_def *definition() const { return m_definition; }
-    /// Calls its load function for `host`, which must outlive the load; returns what that returns.
+    /// Calls its load function for `host`, which must outlive the load; returns its result.
     int load(const lumd::Host &host);
     /// Calls its unload function, unless it is not loaded.
     void unload();

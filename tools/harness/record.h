@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-/// The fields of a host's record: identifiers, and values that fit their type codes. What holds bytes takes a text or a
-/// byte array; a list takes what `list` makes.
+/// The fields of a host's record: identifiers, and values that fit their type codes. A field of
+/// bytes takes a text or a byte array; a list takes a result of `list`.
 using Fields = std::vector<std::pair<uint32_t, QVariant>>;
 using Choices = std::vector<std::string>;
 Q_DECLARE_METATYPE(Choices)
