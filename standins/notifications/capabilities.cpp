@@ -13,7 +13,11 @@ struct Row {
 constexpr Row servers[] = {
     {"lxqt-notificationd", nullptr, Capabilities::OldImagePath}, // and no picture where both names are given
     {"naughty", nullptr, Capabilities::OnePicture},              // of the window manager awesome
-    {"Budgie Notification Server", nullptr, Capabilities::ExpiresAll},
+    {"notify-osd", nullptr, Capabilities::OnePicture},
+    {"1.0", "ukui-Notifications", Capabilities::OnePicture},
+    {"Budgie Notification Server", nullptr, Capabilities::IconUri | Capabilities::LoneMarkup},
+    {"e17", "enlightenment.org", Capabilities::LowReasons},
+    {"Notification Daemon", "MATE", Capabilities::NeverExpires},
 };
 
 } // namespace

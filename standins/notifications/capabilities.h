@@ -12,9 +12,12 @@ class Capabilities
 public:
     /// Servers differ from their description in these ways.
     enum Exception {
-        OldImagePath = 1, ///< knows the picture by its name in version 1.1 alone
-        OnePicture = 2,   ///< shows the application's icon and no other picture
-        ExpiresAll = 4,   ///< moves notifications to a list that were sent to stay on the screen
+        OldImagePath = 1,  ///< knows the picture by its name in version 1.1 alone
+        OnePicture = 2,    ///< shows the application's icon and no other picture
+        IconUri = 4,       ///< takes the application's icon as a URI, not as a path
+        LoneMarkup = 8,    ///< reads a title without a text as markup
+        LowReasons = 16,   ///< counts close reasons from 0
+        NeverExpires = 32, ///< reports its close button as an expiry, and nothing else that was sent to stay
     };
 
     /// Of a server that does not answer: the protocol alone. Escaped text is readable on every server, raw text is not.
@@ -32,9 +35,11 @@ public:
 
     /// Whether the server is of our kind: it calls the methods of actions, knows our hints and lists its notifications.
     bool isOurs() const { return contains(protocol::hint::remoteActions()); }
-    /// Whether a notification that is sent to stay is on the screen until somebody closes it. Its expiry then means
-    /// that the user has closed it.
-    bool staysOnScreen() const { return !contains("persistence") && contains("actions") && !has(ExpiresAll); }
+    /// The protocol's close reason for the one that the server has reported.
+    uint closeReason(uint reported) const
+    {
+        return reported + (has(LowReasons) || (has(NeverExpires) && reported == 1) ? 1 : 0);
+    }
 
 private:
     QStringList m_names = {QStringLiteral("actions"), QStringLiteral("body-markup")};

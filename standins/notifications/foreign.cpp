@@ -73,11 +73,12 @@ void adaptTexts(DesktopNotification &wire, const NotificationContent &content, c
     // with the on-screen display of the volume: servers that name the one draw a bar below the texts, those that name
     // the other show everything with a value as such a display, without texts.
     const QVariant percentage = wire.hints.value(hint::value());
-    if (percentage.isValid() && !server.contains("x-canonical-private-synchronous") &&
-        !wire.body.contains(QLatin1Char('%'))) {
+    const bool bareGauge = server.contains("x-canonical-private-icon-only");
+    const bool bar = server.contains("x-canonical-private-synchronous") && !bareGauge;
+    if (percentage.isValid() && !bar && !wire.body.contains(QLatin1Char('%'))) {
         append(wire.body, " · ", percentage.toString() + QLatin1Char('%'));
     }
-    if (server.contains("x-canonical-private-icon-only")) {
+    if (bareGauge) {
         wire.hints.remove(hint::value());
     }
     if (!content.subText.isEmpty() && server.contains(hint::originName())) {
@@ -89,18 +90,22 @@ void adaptTexts(DesktopNotification &wire, const NotificationContent &content, c
     if (server.contains(hint::originName())) {
         wire.hints.insert(hint::displayAppName(), wire.appName);
     }
+    if (wire.body.isEmpty() && server.has(Capabilities::LoneMarkup)) {
+        wire.summary = markup(wire.summary);
+    }
 }
 
 /// Of people, the face is what matters: where there is one place, that goes there. All servers take paths, but not all
-/// take URIs.
+/// take URIs, and one never answers when the picture is the name of an icon.
 void adaptPictures(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
-    const QString picture = renamed(icons, content.icon, content.icon);
-    wire.appIcon = renamed(icons, wire.appIcon, wire.appIcon);
+    const QString appIcon = server.has(Capabilities::IconUri) ? wire.appIcon : content.appIcon;
+    wire.appIcon = renamed(icons, appIcon, appIcon);
     wire.hints.remove(hint::imagePath());
-    if (!picture.isEmpty()) {
-        wire.hints.insert(server.has(Capabilities::OldImagePath) ? hint::oldImagePath() : hint::imagePath(), picture);
-        wire.appIcon = server.has(Capabilities::OnePicture) ? picture : wire.appIcon;
+    if (content.icon.startsWith(QLatin1Char('/'))) {
+        const bool old = server.has(Capabilities::OldImagePath);
+        wire.hints.insert(old ? hint::oldImagePath() : hint::imagePath(), content.icon);
+        wire.appIcon = server.has(Capabilities::OnePicture) ? content.icon : wire.appIcon;
     }
 }
 

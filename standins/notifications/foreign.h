@@ -5,8 +5,10 @@
 #include "standins/notifications/notification_p.h"
 #include "standins/protocol/desktopnotification.h"
 
-/// How long a transient notification is shown there. Some servers never take it away, so we do.
+/// How long a transient notification is shown there.
 constexpr int transientMs = 4000;
+/// Some servers never take it away, so we do. Others show one at a time, so it gets time to wait for two before it.
+constexpr int transientLimitMs = 30000;
 
 /// Makes of `wire` what shows `content` best on a server that is not ours: it knows the protocol and nothing else.
 void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server);

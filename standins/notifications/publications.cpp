@@ -24,6 +24,7 @@ namespace
 /// Calls that may wait for a server that does not answer, before further notifications are given up.
 constexpr size_t maximumUnanswered = 1000;
 constexpr uint expired = 1; ///< reason of closing
+constexpr uint closedOnRequest = 3;
 
 } // namespace
 
@@ -115,7 +116,7 @@ void Publications::take(const PublicationPtr &publication, int sending, const QD
     }
     report(publication, [id](Publication &p) { return id == 0 ? p.refused() : p.identified(id); });
     if (publication->isTransient() && !m_connection.capabilities().isOurs()) {
-        QTimer::singleShot(transientMs, this, [this, publication] { report(publication, &Publication::close); });
+        QTimer::singleShot(transientLimitMs, this, [this, publication] { report(publication, &Publication::close); });
     }
 }
 
@@ -229,11 +230,12 @@ void Publications::onSignal(const QDBusMessage &signal)
     const Capabilities &server = m_connection.capabilities();
     Notification *const notification = publication->notification;
     if (signal.member() == QLatin1String("NotificationClosed")) {
-        const uint reason = arguments.at(1).toUInt();
-        // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
-        // dismissed it then, and it can still be replaced and closed.
-        const bool staysInList = reason == expired && !server.isOurs() && !server.staysOnScreen();
-        report(publication, [=](Publication &p) { return staysInList ? p.expired() : p.closed(reason); });
+        const uint reason = server.closeReason(arguments.at(1).toUInt());
+        // Only a dismissal is one. Most other servers take a pop-up off the screen after a while and keep the
+        // notification in a list, where it can still be replaced and closed; some close all of them before they end.
+        const bool unasked = reason == closedOnRequest && publication->state() == State::Shown;
+        const bool isKept = !server.isOurs() && (reason == expired || unasked);
+        report(publication, [=](Publication &p) { return isKept ? p.expired() : p.closed(reason); });
     } else if (notification && server.isOurs() && signal.member() == QLatin1String("ActionInvoked")) {
         Q_EMIT notification->actionInvoked(arguments.at(1).toString());
     } else if (notification && !server.isOurs() && publication->mayInvoke() &&
