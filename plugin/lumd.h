@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 /// The host daemon's plug-in interface: the types and functions of `liblumd.so.1` and
 /// `liblumd-config-parser.so.1` that a notifications plug-in uses. Plain C linkage; all strings are
-/// NUL-terminated UTF-8. Strings handed to the host are borrowed for the call, the host copies what it keeps.
+/// NUL-terminated UTF-8. The host borrows strings for the call, and copies those that it keeps.
 /// Both sides call each other only on the thread that loaded the plug-in.
 #pragma once
 
