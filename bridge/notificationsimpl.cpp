@@ -46,7 +46,7 @@ NotificationsImpl::NotificationsImpl(lu_handle *handle, bool actionInput, const 
 
 NotificationsImpl::~NotificationsImpl()
 {
-    // A client library may report a close before close() returns. The host is not told of the closes of its unloading.
+    // A client library may report a close before close() returns. The host is not told: the registry is empty.
     const QMap<QString, Notification *> registered = std::exchange(m_notifications, {});
     cleanupNotifications();
     lu_plugin_notifications_callbacks_unset(m_handle);

@@ -57,7 +57,7 @@ void NotificationsImpl::onCloseNotifTimerExpired(const QString &key)
     if (m_pendingCloseKeys.removeAll(key) == 0) {
         return;
     }
-    // Not registered any more when a client library reports the close before close() returns: the host is not told.
+    // A client library may report the close before close() returns. The host is not told, as the entry is gone by then.
     Notification *const notification = m_notifications.take(key);
     if (!notification) {
         return;

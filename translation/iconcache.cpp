@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// A 32-bit lstat() with times or inode numbers of 32 bits fails for a directory dated after January 2038, or with a
-// larger number. Only this file asks for 64 bits, so that no type in the headers of other libraries changes.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// With the default types of a 32-bit machine, lstat() fails for a directory dated after January 2038, or with a large
+// inode number. Only this file asks for 64-bit types, so that no type in the headers of other libraries changes.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 #define _FILE_OFFSET_BITS 64
 #define _TIME_BITS 64
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
 #include "translation/iconcache.h"
 
 #include <QtCore/QFileInfo>
