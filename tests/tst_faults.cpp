@@ -133,7 +133,8 @@ private Q_SLOTS:
         std::signal(SIGXFSZ, SIG_IGN);
         QVERIFY(fault.user == 0 || seteuid(fault.user) == 0);
         Fixture fixture;
-        const auto asBefore = qScopeGuard([directory = qgetenv("TMPDIR")] {
+        const auto asBefore = qScopeGuard([&fixture, directory = qgetenv("TMPDIR")] {
+            fixture.unload(); // not as root, who can create the cache anywhere
             static_cast<void>(seteuid(0));
             qputenv("TMPDIR", directory);
         });
