@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "bench/client.h"
 
+#include <QtCore/QDataStream>
 #include <QtCore/QDir>
 #include <QtCore/QSaveFile>
 
@@ -32,13 +33,11 @@ QDBusMessage request(const QDBusConnection &connection, const QString &interface
     return message;
 }
 
-BareClient::BareClient()
+BareClient::BareClient(const QByteArray &content)
 {
-    const QString name = QStringLiteral("learning");
-    const QDBusConnection server = QDBusConnection::connectToPeer(address(), name);
-    const QDBusMessage list = request(server, QStringLiteral("com.vorn.Notifications.Control"), "List");
-    m_content = qdbus_cast<DesktopNotificationList>(server.call(list).arguments().value(0)).value(0);
-    QDBusConnection::disconnectFromPeer(name);
+    QDataStream stream(QByteArray::fromBase64(content));
+    stream >> m_content.appName >> m_content.appIcon >> m_content.summary >> m_content.actions >> m_content.hints >>
+        m_content.expireTimeout;
 }
 
 void BareClient::load()

@@ -64,8 +64,8 @@ class BareClient : public Client
     Q_OBJECT
 
 public:
-    /// Sends the same as the plug-in: what its server shows.
-    BareClient();
+    /// Sends the same as the plug-in: `content`, which kavrel-bench-server has printed.
+    explicit BareClient(const QByteArray &content);
 
     void load() override;
     void unload() override;

@@ -3,6 +3,8 @@
 
 #include "standins/protocol/desktopnotification.h"
 
+#include <QtDBus/QDBusArgument>
+
 bool ForeignServer::serve()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();

@@ -9,15 +9,9 @@
 
 #include <algorithm>
 
-namespace
-{
-
-QString control() { return QStringLiteral("com.vorn.Notifications.Control"); }
-
-} // namespace
-
-Operations::Operations(std::unique_ptr<Client> client)
+Operations::Operations(std::unique_ptr<Client> client, const char *user)
     : m_client(std::move(client))
+    , m_user(user)
 {
     m_operations = {
         {"fill", [this](int count) { fill(count); }},
@@ -110,10 +104,10 @@ void Operations::closeAll(uint first, int count) const
 }
 
 /// Has the user do something, and waits until the client was told.
-void Operations::causeEvent(const char *method, const QVariantList &arguments) const
+void Operations::causeEvent(const std::string &command)
 {
     const int expected = m_client->events() + 1;
-    m_client->connection().send(request(m_client->connection(), control(), method, arguments));
+    m_user << command << std::endl;
     while (m_client->events() < expected) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
@@ -191,7 +185,7 @@ void Operations::dismiss(int count, Which which)
 {
     measure([&] {
         for (int i = 0; i < count; ++i) {
-            causeEvent("Dismiss", {which == Which::Oldest ? m_live.front() : m_live.back()});
+            causeEvent("dismiss " + std::to_string(which == Which::Oldest ? m_live.front() : m_live.back()));
             which == Which::Oldest ? m_live.pop_front() : m_live.pop_back();
         }
     });
@@ -203,7 +197,7 @@ void Operations::invoke(int count, Which which)
     const uint id = which == Which::Oldest ? m_live.front() : m_live.back();
     measure([&] {
         for (int i = 0; i < count; ++i) {
-            causeEvent("Invoke", {id, QStringLiteral("default")});
+            causeEvent("invoke " + std::to_string(id) + " default");
         }
     });
 }

@@ -5,6 +5,7 @@
 #include "bench/gauge.h"
 
 #include <deque>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,7 +15,8 @@
 class Operations
 {
 public:
-    explicit Operations(std::unique_ptr<Client> client);
+    /// `user` is the file where our server reads what the user does.
+    Operations(std::unique_ptr<Client> client, const char *user);
 
     /// Does one, and prints what it took.
     void run(const std::string &name, int count);
@@ -39,9 +41,10 @@ private:
     void addLive(int count);
     uint nextId() const;
     void closeAll(uint first, int count) const;
-    void causeEvent(const char *method, const QVariantList &arguments) const;
+    void causeEvent(const std::string &command);
 
     std::unique_ptr<Client> m_client;
+    std::ofstream m_user;
     std::map<std::string, std::function<void(int count)>> m_operations;
     gauge m_gauge = {};
     int m_prepared = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// One side of the comparisons: shows notifications through the plug-in, or by D-Bus calls alone. Does what the lines
-// "OPERATION COUNT" of its standard input say, and prints for each what one took. Or serves such a side.
+// One side of the comparisons: shows notifications through the plug-in, or by D-Bus calls alone. Carries out the lines
+// "OPERATION COUNT" of its standard input, and prints for each what one took. Or serves such a side.
+// Arguments: "plugin", "bare" or "foreign"; the file where kavrel-bench-server reads the user's commands; for "bare"
+// the content that it has printed.
 #include "bench/foreignserver.h"
 #include "bench/operations.h"
 
@@ -14,12 +16,13 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     registerDesktopNotificationTypes();
     const std::string kind = argc > 1 ? argv[1] : "";
+    const char *const user = argc > 2 ? argv[2] : "/dev/null";
     ForeignServer server;
     std::unique_ptr<Operations> operations;
     if (kind == "plugin") {
-        operations = std::make_unique<Operations>(std::make_unique<PluginClient>());
-    } else if (kind == "bare") {
-        operations = std::make_unique<Operations>(std::make_unique<BareClient>());
+        operations = std::make_unique<Operations>(std::make_unique<PluginClient>(), user);
+    } else if (kind == "bare" && argc > 3) {
+        operations = std::make_unique<Operations>(std::make_unique<BareClient>(argv[3]), user);
     } else if (!server.serve()) {
         qFatal("There is another notification server");
     }

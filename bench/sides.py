@@ -22,21 +22,25 @@ class Side:
         address = "" if on_bus else f"unix:path={self.folder}/bus"
         self.environment = dict(os.environ, TMPDIR=self.folder, LUMD_P2P_DBUS_ADDRESS=address, QT_HASH_SEED="0")
         self.processes = []
+        arguments = [kind]
         if not on_bus:
-            self.start("kavrel-notification-server", "--quiet", "--exit-with-parent", "--address", address)
+            server = self.start("kavrel-bench-server", address)
+            arguments.append(f"/dev/fd/{server.stdin.fileno()}")  # there it reads what the user does
         if kind == "bare":  # it sends what the plug-in does, and learns from the server what that is
             self.process = self.start("kavrel-bench-side", "plugin")
             self.run("fill", 1)
-        command = ["kavrel-bench-libnotify"] if kind == "libnotify" else ["kavrel-bench-side", kind]
+            print("content", file=server.stdin, flush=True)
+            arguments.append(server.stdout.readline().rstrip())
+            self.process.kill()
+        command = ["kavrel-bench-libnotify"] if kind == "libnotify" else ["kavrel-bench-side", *arguments]
         self.process = self.start(*command, tool=[word.format(self.folder) for word in self.tool])
-        for teacher in self.processes[1:-1]:
-            teacher.kill()
         if live is not None:
             self.run("fill", live)
 
     def start(self, program, *arguments, tool=()):
         process = subprocess.Popen([*tool, f"{self.programs}/{program}", *arguments], text=True,
-                                   env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+                                   env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   pass_fds=[server.stdin.fileno() for server in self.processes[:1]])
         self.processes.append(process)
         process.stdout.readline()  # it is ready
         return process

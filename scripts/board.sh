@@ -38,7 +38,7 @@ cat <&4 >/dev/null
 wait $!
 
 # Several batches, of which the fastest counts. The icon cache is in memory, as on a device.
-kavrel-notification-server --quiet --address unix:path=/tmp/bus >/tmp/server &
+exec 5> >(exec build/board/bin/kavrel-bench-server unix:path=/tmp/bus >/tmp/server)
 until [[ -s /tmp/server ]]; do sleep 0.1; done
 measure() {
     printf '%s\n' "fill 100" "$1 20"{,,,,,,,,,} | LUMD_P2P_DBUS_ADDRESS=unix:path=/tmp/bus TMPDIR=/dev/shm \
@@ -48,7 +48,7 @@ new=$(measure new)
 same=$(measure repeat)
 awk -v new="$new" -v same="$same" 'BEGIN { printf "Add: %.0f µs, without a change %.0f µs\n", new * 1e6, same * 1e6 }'
 
-kill %%
+exec 5>&- # ends the server
 SECONDS=0
 KAVREL_STEPS=1500 ctest --test-dir build/board --output-on-failure
 echo "Suite: $SECONDS s"

@@ -4,6 +4,7 @@
 #include "standins/protocol/desktopnotification.h"
 
 #include <QtCore/QThread>
+#include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusServer>
 #include <QtDBus/QDBusVirtualObject>
 

@@ -48,14 +48,12 @@ Fixture::Fixture(const std::string &config, const char *address)
     };
     host->onAction = [](const std::string &key, lu_field *action) { Fixture::events.append(reported(key, action)); };
 
-    m_server->moveToThread(&m_thread);
-    QObject::connect(&m_thread, &QThread::finished, m_server, &QObject::deleteLater);
-    QObject::connect(m_server, &Server::Shown, QCoreApplication::instance(),
+    QObject::connect(m_server->server(), &Server::shown, QCoreApplication::instance(),
                      [](const DesktopNotification &shown, bool replaced) {
                          events.append(QString(replaced ? "replaced %1" : "shown %1").arg(shown.id));
                      });
-    m_thread.start();
-    onServer([this](Server &server) { server.listen("unix:abstract=" + m_directory.filePath("bus")); });
+    QString error;
+    QVERIFY2(m_server->listen(&error), qPrintable(error));
     qputenv("LUMD_P2P_DBUS_ADDRESS", address ? QByteArray(address) : m_server->address().toUtf8());
     load();
 }
@@ -65,8 +63,7 @@ Fixture::~Fixture()
     unload();
     QThreadPool::globalInstance()->waitForDone(); // an alert command uses the directory
     settle();
-    m_thread.quit();
-    m_thread.wait();
+    m_server.reset();
     QDBusConnection::disconnectFromPeer("peerconnection");
     qputenv("TMPDIR", m_oldTmpdir);
     qInstallMessageHandler(previousHandler);
@@ -84,14 +81,14 @@ void Fixture::add(const QByteArray &key, Fields fields) const
 
 QVariantMap Fixture::only()
 {
-    const DesktopNotificationList list = desktop();
+    const QList<DesktopNotification> list = desktop();
     const DesktopNotification shown = list.value(0);
     QVariantMap look = {{"id", shown.id},
                         {"appName", shown.appName},
                         {"appIcon", shown.appIcon},
                         {"summary", shown.summary},
                         {"body", shown.body}};
-    look.insert(plainMap(shown.hints));
+    look.insert(shown.hints);
     return list.size() == 1 ? look : QVariantMap{{"shown", list.size()}};
 }
 

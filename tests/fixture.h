@@ -3,14 +3,13 @@
 
 #include "standins/config-parser/configparser.h"
 #include "standins/lumd/host.h"
-#include "standins/server/server.h"
 #include "tools/harness/loadedplugin.h"
 #include "tools/harness/record.h"
+#include "tools/harness/serverthread.h"
 #include "tools/harness/settle.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
-#include <QtCore/QThread>
 #include <QtTest/QtTest>
 
 #include <functional>
@@ -33,8 +32,7 @@ public:
     /// Runs `work` on the server's thread, and settles.
     void onServer(const std::function<void(Server &)> &work)
     {
-        const auto run = [&] { work(*m_server); };
-        QMetaObject::invokeMethod(m_server, run, Qt::BlockingQueuedConnection);
+        m_server->run(work);
         settle();
     }
     /// Returns when all that was sent has arrived and all that has arrived is handled; timers do not fire.
@@ -48,11 +46,11 @@ public:
         return std::exchange(events, {});
     }
     /// What is on the desktop now.
-    DesktopNotificationList desktop()
+    QList<DesktopNotification> desktop()
     {
-        DesktopNotificationList list;
+        QList<DesktopNotification> list;
         settle();
-        onServer([&list](const Server &server) { list = server.List(); });
+        onServer([&list](const Server &server) { list = server.notifications(); });
         return list;
     }
     /// The properties of the only notification, by their names on the bus.
@@ -67,8 +65,7 @@ public:
 private:
     const QByteArray m_oldTmpdir = qgetenv("TMPDIR");
     const QTemporaryDir m_directory;
-    QThread m_thread;
-    Server *const m_server = new Server;
+    std::unique_ptr<ServerThread> m_server = std::make_unique<ServerThread>();
     const lumd::Config m_config;
     LoadedPlugin m_plugin{KAVREL_PLUGIN};
 };

@@ -30,15 +30,12 @@ while IFS='|' read -r expected said arguments first; do
     [[ $status == "$expected" && $(<"$TMPDIR/said") == $said ]] || fail "$arguments: $status" "$(<"$TMPDIR/said")"
 done <<'CASES'
 1|*cannot open shared object*|--plugin /nowhere </dev/null
-1|*server cannot be started*|--plugin "${1%/bin/*}/lib/kavrel.so" </dev/null|cp "$lumdsim" "$TMPDIR/alone"; lumdsim="env PATH=/ $TMPDIR/alone";
 1|*No temporary folder in /proc*|</dev/null|TMPDIR=/proc
 0|*ini: warning: above: *section*[Notification]: *only*] NotifAlert: *no such key*"yse"*false|--config "$TMPDIR/wrong.ini" </dev/null
-1|*No notification server answers*|--server unix:path=/nowhere </dev/null
 1|*output is closed*|- >&-
 1|*input or*is closed*|- <&-
 1|*No space left*|- >/dev/full <<<'{"do":"clear"}'
 2|*Is a directory|- </
-2|*either --desktop or*|--desktop --server unix:path=/nowhere
 2|*takes milliseconds, not "x".*|--pace x
 2|*option 'nosuch'*|--nosuch
 2|*input:3: not a JSON object (*)*{"do":"add"*|- <<<$'# comment\n\n{"do"}'
@@ -52,6 +49,7 @@ done <<'CASES'
 2|*"timestamp" takes*"2024-05-06T07:00", not "noon"|- <<<'{"do":"add","key":"k","timestamp":"noon"}'
 2|*/nowhere.png: No such file*|- <<<'{"do":"add","key":"k","smallIcon":"/nowhere.png"}'
 2|*README.md is not a PNG file|- <<<'{"do":"add","key":"k","smallIcon":"README.md"}'
+2|*"k" has no action "Go"; it has: Yes, No|- <<<$'{"do":"add","key":"k","actions":[{"title":"Yes"},{"title":"No"}]}\n{"do":"invoke","key":"k","action":"Go"}'
 2|*no notification with the key "gone" is shown|- <<<'{"do":"dismiss","key":"gone"}'
 0|*Nobody can answer k*|--wait <<<'{"do":"add","key":"k"}'
 CASES

@@ -101,7 +101,7 @@ private Q_SLOTS:
         Fixture fixture;
         fixture.add("", withTap);
         fixture.happened();
-        fixture.onServer([](Server &server) { server.Invoke(1, "default"); });
+        fixture.onServer([](Server &server) { server.invoke(1, "default"); });
         QCOMPARE(
             fixture.happened(),
             (QStringList{"debug: actionInvoked 1", "warning: Notification received with empty key",
@@ -149,7 +149,7 @@ private Q_SLOTS:
             fixture.host->onAction = [&fixture](const std::string &, lu_field *) { fixture.unload(); };
             fixture.add("k", withTap);
             fixture.add("l");
-            fixture.onServer([=](Server &server) { dismissal ? server.Dismiss(1) : server.Invoke(1, "default"); });
+            fixture.onServer([=](Server &server) { dismissal ? server.dismiss(1) : server.invoke(1, "default"); });
             QVERIFY(fixture.desktop().isEmpty());
             QVERIFY(!fixture.host->hasPlugin());
         }

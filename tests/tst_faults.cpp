@@ -178,7 +178,7 @@ private Q_SLOTS:
             QCOMPARE(contents(fixture.cachePath() + "/k.png"), "i");
             QCOMPARE(modes({cache.parent_path(), cache, cache / "k.png"}), (QList<int>{fault.mode, 0700, 0600}));
         }
-        fixture.onServer([](Server &server) { server.Dismiss(1); });
+        fixture.onServer([](Server &server) { server.dismiss(1); });
         QVERIFY(!cached || !fs::exists(cache / "k.png"));
         fixture.unload();
         QCOMPARE(contents(QString::fromStdString(others / "notif/k.png")), "precious");

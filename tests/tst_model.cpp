@@ -103,7 +103,7 @@ private:
             remove(fixture, model);
         } else if (what < 990) {
             fixture.onServer([id = m_ids.value(model.key), either](Server &server) {
-                either ? server.Invoke(id, "default") : server.Dismiss(id);
+                either ? server.invoke(id, "default") : server.dismiss(id);
             });
             model.close(either);
         } else if (what < 995) {

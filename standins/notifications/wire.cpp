@@ -70,7 +70,7 @@ void insertOwnHints(QVariantMap &hints, const NotificationContent &content)
         hints.insert(hint::timestamp(), content.timestamp.toMSecsSinceEpoch());
     }
     if (!content.remoteActions.isEmpty()) {
-        hints.insert(hint::remoteActions(), content.remoteActions);
+        hints.insert(hint::remoteActions(), remoteActionsText(content.remoteActions));
     }
     for (auto own = content.hints.cbegin(); own != content.hints.cend(); ++own) {
         if (QDBusMetaType::typeToSignature(own->userType())) {

@@ -1,97 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "standins/protocol/desktopnotification.h"
 
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtDBus/QDBusMetaType>
-#include <QtDBus/QDBusObjectPath>
-#include <QtDBus/QDBusSignature>
-#include <QtDBus/QDBusVariant>
 
-#include <algorithm>
-
-static QVariant plain(const QVariant &value);
-
-static QVariant plainArgument(const QDBusArgument &argument)
+QString remoteActionsText(const QVariantList &actions)
 {
-    const auto next = [&argument] { return plain(argument.asVariant()); };
-    QVariantList list;
-    QVariantMap map;
-    switch (argument.currentType()) {
-    case QDBusArgument::MapType:
-        for (argument.beginMap(); !argument.atEnd(); argument.endMapEntry()) {
-            argument.beginMapEntry();
-            const QString key = next().toString();
-            map.insert(key, next());
-        }
-        argument.endMap();
-        return map;
-    case QDBusArgument::ArrayType:
-        for (argument.beginArray(); !argument.atEnd();) {
-            list.append(next());
-        }
-        argument.endArray();
-        return list;
-    case QDBusArgument::StructureType:
-        for (argument.beginStructure(); !argument.atEnd();) {
-            list.append(next());
-        }
-        argument.endStructure();
-        return list;
-    default:
-        return next();
-    }
+    return QString::fromUtf8(QJsonDocument(QJsonArray::fromVariantList(actions)).toJson(QJsonDocument::Compact));
 }
 
-static QVariant plain(const QVariant &value)
+QHash<QString, QVariantMap> remoteActions(const QVariantMap &hints)
 {
-    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        return plainArgument(value.value<QDBusArgument>());
+    QHash<QString, QVariantMap> actions;
+    const QByteArray text = hints.value(protocol::hint::remoteActions()).toString().toUtf8();
+    for (const QJsonValue &element : QJsonDocument::fromJson(text).array()) {
+        const QVariantMap action = element.toObject().toVariantMap();
+        actions.insert(action.value(QStringLiteral("name")).toString(), action);
     }
-    if (value.userType() == qMetaTypeId<QDBusVariant>()) {
-        return plain(value.value<QDBusVariant>().variant());
-    }
-    if (value.userType() == qMetaTypeId<QDBusObjectPath>()) {
-        return value.value<QDBusObjectPath>().path();
-    }
-    if (value.userType() == qMetaTypeId<QDBusSignature>()) {
-        return value.value<QDBusSignature>().signature();
-    }
-    return value;
-}
-
-QDBusArgument &operator<<(QDBusArgument &argument, const DesktopNotification &notification)
-{
-    argument.beginStructure();
-    argument << notification.id << notification.appName << notification.appIcon << notification.summary
-             << notification.body << notification.actions << notification.hints << notification.expireTimeout;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, DesktopNotification &notification)
-{
-    argument.beginStructure();
-    argument >> notification.id >> notification.appName >> notification.appIcon >> notification.summary >>
-        notification.body >> notification.actions >> notification.hints >> notification.expireTimeout;
-    argument.endStructure();
-    notification.hints = plainMap(notification.hints);
-    return argument;
-}
-
-QVariantMap plainMap(QVariantMap map)
-{
-    std::transform(map.cbegin(), map.cend(), map.begin(), plain);
-    return map;
-}
-
-QVariantMap remoteAction(const QVariantMap &hints, const QString &name)
-{
-    const QVariantList actions = hints.value(protocol::hint::remoteActions()).toList();
-    for (const QVariant &action : actions) {
-        if (action.toMap().value(QStringLiteral("name")) == name) {
-            return action.toMap();
-        }
-    }
-    return {};
+    return actions;
 }
 
 QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)
@@ -111,7 +39,6 @@ QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, 
 
 void registerDesktopNotificationTypes()
 {
-    qDBusRegisterMetaType<DesktopNotification>();
-    qDBusRegisterMetaType<DesktopNotificationList>();
+    qRegisterMetaType<DesktopNotification>();
     qDBusRegisterMetaType<NotificationKeys>();
 }

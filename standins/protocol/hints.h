@@ -27,12 +27,6 @@ inline QString imagePath() { return QStringLiteral("image-path"); }
 inline QString soundName() { return QStringLiteral("sound-name"); }
 /// The name of `imagePath()` in version 1.1
 inline QString oldImagePath() { return QStringLiteral("image_path"); }
-/// structure: pixels, after width, height and how they are laid out; its names in versions 1.2, 1.1 and 1.0
-inline QStringList imageData()
-{
-    return {QStringLiteral("image-data"), QStringLiteral("image_data"), QStringLiteral("icon_data")};
-}
-
 // Of several desktops
 
 /// 32-bit integer: progress in percent
@@ -48,9 +42,9 @@ inline QString replyPlaceholder() { return QStringLiteral("x-kde-reply-placehold
 
 /// string: the publishing program
 inline QString owner() { return QStringLiteral("x-vorn-owner"); }
-/// The actions' D-Bus methods: a list of maps as `Notification::remoteAction` makes them, with the members "name",
-/// "displayName", "service", "path", "interface", "method", "arguments" (list) and, for an action that takes text,
-/// "input": a map of "label", "freeInput" (boolean) and "choices" (strings). Also the capability to call them.
+/// string: the actions' D-Bus methods as JSON, a list of objects with the members "name", "displayName", "service",
+/// "path", "interface", "method", "arguments" (strings) and, for an action that takes text, "input": an object of
+/// "label", "freeInput" (boolean) and "choices" (strings). Also the capability to call them.
 inline QString remoteActions() { return QStringLiteral("x-vorn-remote-actions"); }
 /// string
 inline QString subText() { return QStringLiteral("x-vorn-sub-text"); }

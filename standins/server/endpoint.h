@@ -6,32 +6,20 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusContext>
 
-#include <memory>
-
 class QDBusServer;
 
-/// An object with D-Bus adaptors that is served to every peer that connects to an address, or on a bus.
+/// An object with D-Bus adaptors that every peer finds that connects to an address.
 class Endpoint : public QObject, protected QDBusContext
 {
     Q_OBJECT
 
 public:
     explicit Endpoint(QObject *parent = nullptr);
+    /// Closes the connections of all peers.
     ~Endpoint() override;
 
-    /// Listens on a D-Bus address (unix:path=...); false, with a message in `errorString()`, when it cannot.
-    bool listen(const QString &address);
-    /// Owns the name org.freedesktop.Notifications on a bus.
-    bool serveBus(QDBusConnection bus);
-    /// The address that peers can connect to; empty when not listening.
-    QString address() const;
-    /// Removes the file, if any, that peers connect to.
-    void removeSocket() const;
-    QString errorString() const { return m_error; }
-
-Q_SIGNALS:
-    /// The bus that was served is gone.
-    void busLost();
+    /// Listens on a D-Bus address (unix:path=...).
+    bool listen(const QString &address, QString *error);
 
 private Q_SLOTS:
     void onDisconnected();
@@ -40,8 +28,7 @@ private:
     void addPeer(const QDBusConnection &connection);
     void leave(const QString &name);
 
-    std::unique_ptr<QDBusServer> m_listener;
+    /// Never destroyed: Qt's D-Bus thread may hang when the process ends right after a QDBusServer.
+    QDBusServer *m_listener = nullptr;
     QStringList m_peers; ///< names of their connections
-    QString m_bus;       ///< name of the bus connection that is served
-    QString m_error;
 };

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "standins/server/server.h"
 
-#include "controladaptor.h"
 #include "extensionadaptor.h"
 #include "notificationsadaptor.h"
 
-#include <QtCore/QDataStream>
 #include <QtCore/QTimer>
 
 #include <utility>
@@ -16,17 +14,13 @@ namespace
 {
 
 constexpr int transientMs = 4000;
-/// Half of what fits into a D-Bus array.
-constexpr int maximumListSize = 32 * 1024 * 1024;
 
-/// About as many bytes as it takes on the wire.
-int wireSize(const DesktopNotification &notification)
+bool fail(QString *error, const QString &message)
 {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << notification.appName << notification.appIcon << notification.summary << notification.body
-           << notification.actions << plainMap(notification.hints);
-    return bytes.size();
+    if (error) {
+        *error = message;
+    }
+    return false;
 }
 
 bool hasAction(const DesktopNotification &notification, const QString &action)
@@ -47,7 +41,7 @@ QString objection(const QVariantMap &action, const QString *answer)
         return answer ? QStringLiteral("The action takes no text") : QString();
     }
     if (!answer) {
-        return QStringLiteral("The action takes text from the user: use Reply");
+        return QStringLiteral("The action takes text from the user: reply to it");
     }
     const QVariantMap input = action.value(QStringLiteral("input")).toMap();
     const QStringList choices = input.value(QStringLiteral("choices")).toStringList();
@@ -65,7 +59,6 @@ Server::Server(QObject *parent)
     registerDesktopNotificationTypes();
     new NotificationsAdaptor(this);
     new ExtensionAdaptor(this);
-    new ControlAdaptor(this);
 }
 
 QStringList Server::GetCapabilities() const
@@ -79,7 +72,7 @@ QString Server::GetServerInformation(QString &vendor, QString &version, QString 
     vendor = QStringLiteral("kavrel");
     version = QStringLiteral(KAVREL_VERSION);
     specVersion = QStringLiteral("1.2");
-    return QStringLiteral("kavrel-notification-server");
+    return QStringLiteral("kavrel");
 }
 
 uint Server::Notify(const QString &appName, uint replacesId, const QString &appIcon, const QString &summary,
@@ -91,8 +84,8 @@ uint Server::Notify(const QString &appName, uint replacesId, const QString &appI
     entry.notification = {id, appName, appIcon, summary, body, actions, hints, expireTimeout};
     entry.connection = calledFromDBus() ? QDBusContext::connection().name() : QString();
     armExpiry(entry);
-    const DesktopNotification shown = entry.notification; // what is called now may close it
-    Q_EMIT Shown(shown, replaced);
+    const DesktopNotification notification = entry.notification; // a receiver of the signal may close it
+    Q_EMIT shown(notification, replaced);
     return id;
 }
 
@@ -121,8 +114,11 @@ void Server::armExpiry(Entry &entry)
 
 void Server::CloseNotification(uint id)
 {
-    if (find(id)) {
+    QString error;
+    if (find(id, &error)) {
         close(id, OnRequest);
+    } else if (calledFromDBus()) {
+        sendErrorReply(QDBusError::InvalidArgs, error);
     }
 }
 
@@ -130,10 +126,9 @@ void Server::close(uint id, CloseReason reason)
 {
     const Entry entry = m_entries.take(id);
     if (entry.expiry) {
-        entry.expiry->deleteLater(); // it may be what called
+        entry.expiry->deleteLater(); // it may have called this
     }
     Q_EMIT NotificationClosed(id, reason);
-    Q_EMIT Closed(id, reason);
 }
 
 NotificationKeys Server::GetNotifications(const QString &owner) const
@@ -148,80 +143,60 @@ NotificationKeys Server::GetNotifications(const QString &owner) const
     return keys;
 }
 
-DesktopNotificationList Server::List() const
+QList<DesktopNotification> Server::notifications() const
 {
-    DesktopNotificationList list;
-    int size = 0;
+    QList<DesktopNotification> list;
     for (const Entry &entry : m_entries) {
-        size += wireSize(entry.notification);
-        if (size > maximumListSize) {
-            refuse(QStringLiteral("More is held than a D-Bus message can be"), QDBusError::LimitsExceeded);
-            return {};
-        }
         list.append(entry.notification);
     }
     return list;
 }
 
-void Server::refuse(const QString &message, QDBusError::ErrorType type) const
-{
-    if (calledFromDBus()) {
-        sendErrorReply(type, message);
-    }
-}
-
-const Server::Entry *Server::find(uint id) const
+const Server::Entry *Server::find(uint id, QString *error) const
 {
     const auto entry = m_entries.find(id);
     if (entry == m_entries.end()) {
-        refuse(QStringLiteral("There is no notification %1").arg(id));
+        fail(error, QStringLiteral("There is no notification %1").arg(id));
         return nullptr;
     }
     return &*entry;
 }
 
-void Server::Invoke(uint id, const QString &action) { invoke(id, action, nullptr); }
-
-void Server::Reply(uint id, const QString &action, const QString &text) { invoke(id, action, &text); }
-
-void Server::invoke(uint id, const QString &action, const QString *answer)
+bool Server::invoke(uint id, const QString &name, QString *error, const QString *answer)
 {
-    const Entry *const entry = find(id);
+    const Entry *const entry = find(id, error);
     if (!entry) {
-        return;
+        return false;
     }
-    if (!hasAction(entry->notification, action)) {
-        refuse(QStringLiteral("Notification %1 has no action \"%2\"").arg(id).arg(action));
-        return;
+    if (!hasAction(entry->notification, name)) {
+        return fail(error, QStringLiteral("Notification %1 has no action \"%2\"").arg(id).arg(name));
     }
-    const QVariantMap remote = remoteAction(plainMap(entry->notification.hints), action);
+    const QVariantMap remote = remoteActions(entry->notification.hints).value(name);
     const QString problem = objection(remote, answer);
     if (!problem.isEmpty()) {
-        refuse(problem);
-        return;
-    }
-    const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN"); // given to this process, and good for one use
-    if (!token.isEmpty()) {
-        qunsetenv("XDG_ACTIVATION_TOKEN");
-        Q_EMIT ActivationToken(id, QString::fromUtf8(token));
+        return fail(error, problem);
     }
     const bool resident = entry->notification.hints.value(hint::resident()).toBool();
     const QDBusConnection publisher(entry->connection);
-    Q_EMIT ActionInvoked(id, action);
+    Q_EMIT ActionInvoked(id, name);
     if (!remote.isEmpty() && publisher.isConnected()) {
         publisher.send(remoteActionCall(remote, answer, publisher));
     }
     if (!resident) {
         close(id, Dismissed);
     }
+    return true;
 }
 
-void Server::Dismiss(uint id)
+bool Server::dismiss(uint id, QString *error)
 {
-    const Entry *const entry = find(id);
-    if (entry && !entry->notification.hints.value(hint::userRemovable(), true).toBool()) {
-        refuse(QStringLiteral("Notification %1 can't be dismissed").arg(id));
-    } else if (entry) {
-        close(id, Dismissed);
+    const Entry *const entry = find(id, error);
+    if (!entry) {
+        return false;
     }
+    if (!entry->notification.hints.value(hint::userRemovable(), true).toBool()) {
+        return fail(error, QStringLiteral("Notification %1 can't be dismissed").arg(id));
+    }
+    close(id, Dismissed);
+    return true;
 }

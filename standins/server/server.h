@@ -5,13 +5,11 @@
 #include "standins/server/endpoint.h"
 
 #include <QtCore/QMap>
-#include <QtDBus/QDBusError>
 
 class QTimer;
 
 /// A desktop notification server (freedesktop.org Desktop Notifications 1.2) for machines without a screen, with the
-/// interfaces `org.freedesktop.Notifications`, `com.vorn.Notifications` and `com.vorn.Notifications.Control`. Lives on
-/// one thread with an event loop. Holds and gives out hints as they came, see `plainMap`.
+/// interfaces `org.freedesktop.Notifications` and `com.vorn.Notifications`. Lives on one thread with an event loop.
 class Server : public Endpoint
 {
     Q_OBJECT
@@ -22,7 +20,14 @@ public:
 
     explicit Server(QObject *parent = nullptr);
 
-public Q_SLOTS: // what the D-Bus adaptors call
+    /// The user invokes the action `name`, with an `answer` where the action takes one. False, with an `error` for whom
+    /// it interests, when there is no such notification or action.
+    bool invoke(uint id, const QString &name, QString *error = nullptr, const QString *answer = nullptr);
+    /// The user dismisses the notification.
+    bool dismiss(uint id, QString *error = nullptr);
+    QList<DesktopNotification> notifications() const;
+
+public Q_SLOTS: // The D-Bus adaptors call these.
     // org.freedesktop.Notifications
     QStringList GetCapabilities() const;
     uint Notify(const QString &appName, uint replacesId, const QString &appIcon, const QString &summary,
@@ -33,20 +38,12 @@ public Q_SLOTS: // what the D-Bus adaptors call
     // com.vorn.Notifications
     NotificationKeys GetNotifications(const QString &owner) const;
 
-    // com.vorn.Notifications.Control; a D-Bus error when there is no such notification or action
-    DesktopNotificationList List() const;
-    void Invoke(uint id, const QString &action);
-    void Reply(uint id, const QString &action, const QString &text);
-    void Dismiss(uint id);
-
 Q_SIGNALS:
     // org.freedesktop.Notifications
     void NotificationClosed(uint id, uint reason);
     void ActionInvoked(uint id, const QString &action);
-    void ActivationToken(uint id, const QString &token);
-    // com.vorn.Notifications.Control
-    void Shown(const DesktopNotification &notification, bool replaced);
-    void Closed(uint id, uint reason);
+    // For this process
+    void shown(const DesktopNotification &notification, bool replaced);
 
 private:
     struct Entry {
@@ -58,10 +55,8 @@ private:
     uint nextId();
     void armExpiry(Entry &entry);
     void close(uint id, CloseReason reason);
-    void refuse(const QString &message, QDBusError::ErrorType type = QDBusError::InvalidArgs) const;
-    /// Null, and the caller is told, when there is none.
-    const Entry *find(uint id) const;
-    void invoke(uint id, const QString &action, const QString *answer);
+    /// Null, with an `error`, when there is none.
+    const Entry *find(uint id, QString *error) const;
 
     QMap<uint, Entry> m_entries;
     uint m_lastId = 0;

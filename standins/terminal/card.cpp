@@ -67,24 +67,20 @@ QStringList marks(const DesktopNotification &notification)
     add(!notification.appIcon.isEmpty(), QStringLiteral("icon ") + iconName(notification.appIcon));
     const QString picture = hints.value(hint::imagePath()).toString();
     add(!picture.isEmpty(), QStringLiteral("picture ") + iconName(picture));
-    for (const QString &name : hint::imageData()) {
-        const QVariantList pixels = hints.value(name).toList(); // begins with width and height
-        add(pixels.size() > 2,
-            QStringLiteral("picture of %1×%2").arg(pixels.value(0).toInt()).arg(pixels.value(1).toInt()));
-    }
     return marks;
 }
 
 QStringList buttons(const DesktopNotification &notification)
 {
     QStringList buttons;
+    const QHash<QString, QVariantMap> remote = remoteActions(notification.hints);
     for (int i = 0; i + 1 < notification.actions.size(); i += 2) {
         const QString &name = notification.actions.at(i);
         if (name == QLatin1String("default")) {
             continue; // a tap on the notification itself
         }
         QString text = notification.actions.at(i + 1);
-        const QVariantMap input = remoteAction(notification.hints, name).value(QStringLiteral("input")).toMap();
+        const QVariantMap input = remote.value(name).value(QStringLiteral("input")).toMap();
         if (!input.isEmpty()) {
             text += QChar(0x2026);
             const QStringList choices = input.value(QStringLiteral("choices")).toStringList();
@@ -106,7 +102,7 @@ QStringList flowed(QStringList items, const QString &separator, int width)
 
 } // namespace
 
-QString renderShown(const DesktopNotification &notification, bool replaced, const QString &label)
+QString renderShown(const DesktopNotification &notification, bool replaced)
 {
     const bool critical = notification.hints.value(hint::urgency()).toInt() == 2;
     const Style edgeStyle = critical ? Style::Red : replaced ? Style::Blue : Style::Green;
@@ -119,7 +115,7 @@ QString renderShown(const DesktopNotification &notification, bool replaced, cons
             card += line.isEmpty() ? QString() : edge + styled(line, style) + QLatin1Char('\n');
         }
     };
-    const QString mark = (replaced ? QStringLiteral("↻ ") : QStringLiteral("● ")) + label;
+    const QString mark = replaced ? QStringLiteral("↻ ") : QStringLiteral("● ");
     add(wrapped((mark + heading(notification)).trimmed() + QLatin1String(critical ? "  !" : ""), inner), edgeStyle);
     add(wrapped(notification.summary, inner), Style::Bold);
     add(wrapped(notification.body, inner), Style::Plain);
@@ -129,10 +125,9 @@ QString renderShown(const DesktopNotification &notification, bool replaced, cons
     return card;
 }
 
-QString renderClosed(const DesktopNotification &notification, uint reason, const QString &label)
+QString renderClosed(const DesktopNotification &notification, uint reason)
 {
     static const char *const reasons[] = {"gone", "expired", "dismissed", "closed"};
     const QString why = QLatin1String(reasons[reason < 4 ? reason : 0]);
-    const QString what = label + printable(notification.summary);
-    return styled(QStringLiteral("✕ %1: %2").arg(why, what), Style::Dim) + QLatin1Char('\n');
+    return styled(QStringLiteral("✕ %1: %2").arg(why, printable(notification.summary)), Style::Dim) + QLatin1Char('\n');
 }

@@ -3,8 +3,7 @@
 
 #include "standins/protocol/desktopnotification.h"
 
-/// A card for a terminal, some lines long, that shows what a screen would; texts cannot drive the terminal. The hints
-/// are as `plainMap` makes them. `label` stands before the application's name, for whom it helps.
-QString renderShown(const DesktopNotification &notification, bool replaced, const QString &label = {});
+/// A card for a terminal, some lines long, that shows what a screen would; texts cannot drive the terminal.
+QString renderShown(const DesktopNotification &notification, bool replaced);
 /// One line about a notification that has left the screen.
-QString renderClosed(const DesktopNotification &notification, uint reason, const QString &label = {});
+QString renderClosed(const DesktopNotification &notification, uint reason);

@@ -60,7 +60,7 @@ void fuzzHost(Input &input)
             [&] { host.installationResult(message.get()); },
             [&] { host.remove(text.c_str()); },
             [&] { host.dexoptNotify(text.c_str(), text.c_str(), id); },
-            [&] { fixture.onServer([id](Server &server) { server.Dismiss(id); }); },
+            [&] { fixture.onServer([id](Server &server) { server.dismiss(id); }); },
             [&] { fixture.onServer([&](Server &server) { server.ActionInvoked(id, QString::fromStdString(text)); }); }};
         input.PickValueInArray(calls)();
         fixture.settle();

@@ -25,8 +25,6 @@ bool readOptions(Options *options, QString *error)
     const QCommandLineOption config(QStringLiteral("config"), QStringLiteral("Configuration of the host, an INI file."),
                                     QStringLiteral("file"));
     const QCommandLineOption desktop(QStringLiteral("desktop"), QStringLiteral("Notify on this session's desktop."));
-    const QCommandLineOption server(QStringLiteral("server"), QStringLiteral("Notify at this D-Bus address."),
-                                    QStringLiteral("address"));
     const QCommandLineOption wait(QStringLiteral("wait"), QStringLiteral("Stay until all is answered or gone."));
     const QCommandLineOption pace(QStringLiteral("pace"), QStringLiteral("Pause after each event."),
                                   QStringLiteral("ms"), QStringLiteral("0"));
@@ -36,7 +34,7 @@ bool readOptions(Options *options, QString *error)
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help."));
     QCommandLineParser parser;
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({plugin, config, desktop, server, wait, pace, json, rules, help});
+    parser.addOptions({plugin, config, desktop, wait, pace, json, rules, help});
     parser.addPositionalArgument(QStringLiteral("script"), QStringLiteral("File to play, - for the standard input."),
                                  QStringLiteral("[script]"));
     parser.setApplicationDescription(
@@ -56,7 +54,6 @@ bool readOptions(Options *options, QString *error)
     bool isNumber = false;
     options->plugin = parser.value(plugin);
     options->config = parser.value(config);
-    options->server = parser.value(server);
     options->script = scripts.value(0, QStringLiteral("-"));
     options->loggingRules = parser.value(rules);
     options->paceMs = parser.value(pace).toInt(&isNumber);
@@ -65,8 +62,6 @@ bool readOptions(Options *options, QString *error)
     options->json = parser.isSet(json);
     if (scripts.size() > 1) {
         *error = QStringLiteral("There can be one script only, not also \"%1\".").arg(scripts.at(1));
-    } else if (options->desktop && !options->server.isEmpty()) {
-        *error = QStringLiteral("Give either --desktop or --server.");
     } else if (!isNumber || options->paceMs < 0) {
         *error = QStringLiteral("--pace takes milliseconds, not \"%1\".").arg(parser.value(pace));
     }

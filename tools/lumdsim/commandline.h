@@ -7,7 +7,6 @@
 struct Options {
     QString plugin;
     QString config; ///< empty for the simulated host's own
-    QString server;
     QString script; ///< "-" for the standard input
     QString loggingRules;
     int paceMs = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "standins/terminal/signals.h"
 #include "tools/harness/hostdaemon.h"
-#include "tools/harness/serverprocess.h"
+#include "tools/harness/serverthread.h"
 #include "tools/lumdsim/commandline.h"
 #include "tools/lumdsim/hostconfig.h"
 #include "tools/lumdsim/session.h"
@@ -33,18 +33,19 @@ bool recordsMisused()
 }
 
 /// Loads the plug-in, plays the script and unloads it again.
-int simulate(const Options &options, HostDaemon *daemon, const QFile &script, const QString &server)
+int simulate(const Options &options, HostDaemon *daemon, const QFile &script, ServerThread *own)
 {
     Output output(options.json);
     Screen screen;
     Player player(&daemon->host, &screen, &output);
     QObject::connect(daemon, &HostDaemon::called, &player, &Player::called);
     QString error;
-    if (!daemon->start(options.plugin, server, &error)) {
+    if (!daemon->start(options.plugin, own ? own->address() : QString(), &error)) {
         return say(NoEnvironment, error);
     }
-    error = screen.watch(daemon->connection());
-    const int status = error.isEmpty() ? Session(options, script, &screen, &player).run() : say(NoEnvironment, error);
+    const int status = screen.watch(daemon->connection(), own, &error)
+                           ? Session(options, script, &screen, &player).run()
+                           : say(NoEnvironment, error);
     const bool takesDown = status == Good && options.desktop && !options.wait && !player.openKeys().isEmpty();
     daemon->stop();
     player.settle();
@@ -77,16 +78,15 @@ int run(const Options &options)
         return say(BadInput, error);
     }
     onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
-    ServerProcess server;
-    QString address = options.server; // stays empty for the desktop
-    if (address.isEmpty() && !options.desktop) {
-        if (!server.listen()) {
-            return say(NoEnvironment, QStringLiteral("kavrel-notification-server cannot be started."));
+    std::unique_ptr<ServerThread> server; // none for the desktop
+    if (!options.desktop) {
+        server = std::make_unique<ServerThread>();
+        if (!server->listen(&error)) {
+            return say(NoEnvironment, error);
         }
-        address = server.address();
     }
     HostDaemon daemon(config.get());
-    return simulate(options, &daemon, script, address);
+    return simulate(options, &daemon, script, server.get());
 }
 
 } // namespace

@@ -27,12 +27,13 @@ QJsonObject hints(const DesktopNotification &notification)
 QJsonArray actions(const DesktopNotification &notification)
 {
     QJsonArray array;
+    const QHash<QString, QVariantMap> remote = remoteActions(notification.hints);
     for (int i = 0; i + 1 < notification.actions.size(); i += 2) {
         const QString &name = notification.actions.at(i);
         array.append(QJsonObject{
             {QStringLiteral("name"), name},
             {QStringLiteral("title"), notification.actions.at(i + 1)},
-            {QStringLiteral("input"), remoteAction(notification.hints, name).contains(QStringLiteral("input"))},
+            {QStringLiteral("input"), remote.value(name).contains(QStringLiteral("input"))},
         });
     }
     return array;

@@ -84,8 +84,7 @@ bool Player::perform(const Event &event, QString *error)
         m_output->setLine(0);
         wait(event.members.value(QStringLiteral("ms")).toVariant().toLongLong());
     } else if (m_screen->isOurs()) {
-        *error = m_screen->act(verb, m_key, event.text("action"), event.text("text"));
-        return error->isEmpty();
+        return m_screen->act(verb, m_key, event.text("action"), event.text("text"), error);
     } else {
         m_output->skipped(verb, m_key);
     }

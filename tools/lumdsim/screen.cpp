@@ -1,27 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/screen.h"
 
-#include "controlinterface.h"
 #include "tools/harness/settle.h"
 
-using Control = ComVornNotificationsControlInterface;
-
-QString Screen::watch(const QDBusConnection &client)
+bool Screen::watch(const QDBusConnection &client, ServerThread *own, QString *error)
 {
     m_client = client;
-    const QString service = client.baseService().isEmpty() ? QString() : protocol::service();
+    m_own = own;
+    if (own) {
+        connect(own->server(), &Server::shown, this, &Screen::onShown);
+        connect(own->server(), &Server::NotificationClosed, this, &Screen::onClosed);
+    }
     const QDBusMessage answer = serverInformation(client);
     if (answer.type() != QDBusMessage::ReplyMessage) {
-        return QStringLiteral("No notification server answers: ") + answer.errorMessage();
+        *error = QStringLiteral("No notification server answers: ") + answer.errorMessage();
+        return false;
     }
-    if (service.isEmpty() || answer.arguments().value(0) == QLatin1String("kavrel-notification-server")) {
-        registerDesktopNotificationTypes();
-        m_control = new Control(service, protocol::objectPath(), client, this);
-        m_control->setTimeout(5000);
-        connect(m_control, &Control::Shown, this, &Screen::onShown);
-        connect(m_control, &Control::Closed, this, &Screen::onClosed);
-    }
-    return {};
+    return true;
 }
 
 bool Screen::settle() const { return ::settle(m_client); }
@@ -49,18 +44,31 @@ void Screen::onClosed(uint id, uint reason)
     Q_EMIT closed(key, notification, reason);
 }
 
-QString Screen::act(const QString &deed, const QString &key, const QString &action, const QString &text) const
+bool Screen::act(const QString &deed, const QString &key, const QString &action, const QString &text,
+                 QString *error) const
 {
     if (!m_ids.contains(key)) {
-        return QStringLiteral("no notification with the key \"%1\" is shown").arg(key);
+        *error = QStringLiteral("no notification with the key \"%1\" is shown").arg(key);
+        return false;
     }
     const uint id = m_ids.value(key);
     const QStringList actions = m_shown.value(id).actions;
     const int index = actions.indexOf(action); // of a name or its text, in turn
-    const QString name = index < 0 ? action : actions.at(index - index % 2);
-    QDBusPendingReply<> reply = deed == QLatin1String("reply")     ? m_control->Reply(id, name, text)
-                                : deed == QLatin1String("dismiss") ? m_control->Dismiss(id)
-                                                                   : m_control->Invoke(id, name);
-    reply.waitForFinished();
-    return reply.isError() ? reply.error().message() : QString();
+    const bool dismisses = deed == QLatin1String("dismiss");
+    if (!dismisses && index < 0) {
+        QStringList texts;
+        for (int i = 1; i < actions.size(); i += 2) {
+            texts.append(actions.at(i));
+        }
+        *error = QStringLiteral("the notification with the key \"%1\" has no action \"%2\"; it has: %3")
+                     .arg(key, action, texts.isEmpty() ? QStringLiteral("none") : texts.join(QLatin1String(", ")));
+        return false;
+    }
+    bool done = false;
+    m_own->run([&](Server &server) {
+        done = dismisses ? server.dismiss(id, error)
+                         : server.invoke(id, actions.at(index - index % 2), error,
+                                         deed == QLatin1String("reply") ? &text : nullptr);
+    });
+    return done;
 }

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "standins/protocol/desktopnotification.h"
+#include "tools/harness/serverthread.h"
 
 #include <QtCore/QHash>
-
-class ComVornNotificationsControlInterface;
 
 /// Reports the notifications on the screen of our own server, and plays its user. Of other servers it knows nothing.
 class Screen : public QObject
@@ -13,16 +11,16 @@ class Screen : public QObject
     Q_OBJECT
 
 public:
-    /// Watches the server that is called over `client`, a bus or a peer. What is in the way; empty when nothing is.
-    QString watch(const QDBusConnection &client);
+    /// Watches the server that is called over `client`, a bus or a peer: `own`, unless that is null.
+    bool watch(const QDBusConnection &client, ServerThread *own, QString *error);
     /// Returns once all has arrived that the server was sent or has sent before; false when it does not answer.
     bool settle() const;
 
     /// Whether the server is our own.
-    bool isOurs() const { return m_control != nullptr; }
-    /// The user does the `deed`, "invoke", "reply" or "dismiss", to the notification with this key. What is
-    /// wrong; empty when nothing is. `action` is the name of one of its actions or the text on the button.
-    QString act(const QString &deed, const QString &key, const QString &action, const QString &text) const;
+    bool isOurs() const { return m_own != nullptr; }
+    /// The user does the `deed`, "invoke", "reply" or "dismiss", to the notification with this key. `action` is the
+    /// name of one of its actions or the text on the button.
+    bool act(const QString &deed, const QString &key, const QString &action, const QString &text, QString *error) const;
 
 Q_SIGNALS:
     void shown(const QString &key, const DesktopNotification &notification, bool replaced);
@@ -33,7 +31,7 @@ private:
     void onClosed(uint id, uint reason);
 
     QDBusConnection m_client = QDBusConnection(QString());
-    ComVornNotificationsControlInterface *m_control = nullptr;
+    ServerThread *m_own = nullptr;
     QHash<QString, uint> m_ids; ///< of the notifications that have a key
     QHash<uint, DesktopNotification> m_shown;
 };
