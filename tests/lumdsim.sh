@@ -59,8 +59,9 @@ for signal in INT TERM HUP; do
     # shellcheck disable=SC2153
     exec 3<&"${COPROC[0]}" 4>&"${COPROC[1]}"
     echo '{"do":"add","key":"k","title":"Ada","smallIcon":"examples/icons/mail.png"}' >&4
-    read -r _ <&3 && kill -s $signal "$COPROC_PID"
+    read -r _ <&3 && kill -s $signal -- "-$COPROC_PID"
     [[ $(cat <&3) == *'"event":"closed"'* && ! -s $TMPDIR/said ]] || fail "$signal: something stays" "$(<"$TMPDIR/said")"
+    wait
     ! compgen -G "$TMPDIR/lumdsim*" || fail "$signal: icons are left behind"
 done
 

@@ -33,20 +33,22 @@ bool recordsMisused()
 }
 
 /// Loads the plug-in, plays the script and unloads it again.
-int simulate(const Options &options, HostDaemon *daemon, const QFile &script, ServerThread *own)
+int simulate(const QCommandLineParser &parser, HostDaemon *daemon, const QFile &script, ServerThread *own)
 {
-    Output output(options.json);
+    Output output(parser.isSet(QStringLiteral("json")));
     Screen screen;
     Player player(&daemon->host, &screen, &output);
     QObject::connect(daemon, &HostDaemon::called, &player, &Player::called);
     QString error;
-    if (!daemon->start(options.plugin, own ? own->address() : QString(), &error)) {
+    if (!daemon->start(parser.value(QStringLiteral("plugin")), own ? own->address() : QString(), &error)) {
         return say(NoEnvironment, error);
     }
-    const int status = screen.watch(daemon->connection(), own, &error)
-                           ? Session(options, script, &screen, &player).run()
-                           : say(NoEnvironment, error);
-    const bool takesDown = status == Good && options.desktop && !options.wait && !player.openKeys().isEmpty();
+    Session session(script, &screen, &player);
+    session.setWait(parser.isSet(QStringLiteral("wait")));
+    session.setPace(parser.value(QStringLiteral("pace")).toInt());
+    const bool watches = screen.watch(daemon->connection(), own, &error);
+    const int status = watches ? session.run() : say(NoEnvironment, error);
+    const bool takesDown = status == Good && !own && !player.openKeys().isEmpty();
     daemon->stop();
     player.settle();
     if (takesDown) {
@@ -68,25 +70,27 @@ bool openScript(const QString &name, QFile *script, QString *error)
 }
 
 /// Prepares all that the plug-in needs, and simulates.
-int run(const Options &options)
+int run(const QCommandLineParser &parser)
 {
-    QLoggingCategory::setFilterRules(QString(options.loggingRules).replace(QLatin1Char(';'), QLatin1Char('\n')));
+    QLoggingCategory::setFilterRules(
+        parser.value(QStringLiteral("logging-rules")).replace(QLatin1Char(';'), QLatin1Char('\n')));
     QString error;
     lumd::Config config;
     QFile script;
-    if (!loadHostConfig(options.config, &config, &error) || !openScript(options.script, &script, &error)) {
+    if (!loadHostConfig(parser.value(QStringLiteral("config")), &config, &error) ||
+        !openScript(parser.positionalArguments().value(0, QStringLiteral("-")), &script, &error)) {
         return say(BadInput, error);
     }
     onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
     std::unique_ptr<ServerThread> server; // none for the desktop
-    if (!options.desktop) {
+    if (!parser.isSet(QStringLiteral("desktop"))) {
         server = std::make_unique<ServerThread>();
         if (!server->listen(&error)) {
             return say(NoEnvironment, error);
         }
     }
     HostDaemon daemon(config.get());
-    return simulate(options, &daemon, script, server.get());
+    return simulate(parser, &daemon, script, server.get());
 }
 
 } // namespace
@@ -104,11 +108,11 @@ int main(int argc, char **argv)
     std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(LUMDSIM_VERSION));
-    Options options;
+    QCommandLineParser parser;
     QString error;
-    if (!readOptions(&options, &error)) {
+    if (!readCommandLine(&parser, &error)) {
         return say(BadInput, error + QStringLiteral("\nlumdsim --help lists the options."));
     }
-    const int status = run(options);
+    const int status = run(parser);
     return status == Good && std::ferror(stdout) != 0 ? NoEnvironment : status;
 }

@@ -10,13 +10,12 @@
 #include <csignal>
 #include <unistd.h>
 
-Session::Session(const Options &options, const QFile &script, const Screen *screen, Player *player)
-    : m_options(options)
-    , m_screen(screen)
+Session::Session(const QFile &script, const Screen *screen, Player *player)
+    : m_screen(screen)
     , m_player(player)
     , m_input(script.handle())
     , m_folder(QFileInfo(script).dir())
-    , m_name(options.script == QLatin1String("-") ? QStringLiteral("standard input") : options.script)
+    , m_name(script.fileName().isEmpty() ? QStringLiteral("standard input") : script.fileName())
     , m_typed(isatty(script.handle()) == 1)
 {
     connect(&m_input, &Input::lineRead, this, &Session::play);
@@ -45,7 +44,7 @@ void Session::play(const QByteArray &line)
     QString error;
     ++m_line;
     const bool played = readEvent(line, m_folder, &event, &error) && m_player->play(event, m_line, &error);
-    m_input.setPause(event.verb ? m_options.paceMs : 0);
+    m_input.setPause(event.verb ? m_paceMs : 0);
     if (lastSignal() != 0) {
         return; // it may have ended the server, too
     }
@@ -67,7 +66,7 @@ void Session::endInput(int error)
         QCoreApplication::exit(say(BadInput, m_name + QStringLiteral(": ") + qt_error_string(error)));
         return;
     }
-    if (m_options.wait && m_screen->isOurs() && !open.isEmpty()) {
+    if (m_wait && m_screen->isOurs() && !open.isEmpty()) {
         say(Good, QStringLiteral("Nobody can answer %1: only with --desktop is there a user.")
                       .arg(open.join(QLatin1String(", "))));
     }
@@ -76,7 +75,7 @@ void Session::endInput(int error)
 
 void Session::quitIfDone()
 {
-    const bool waits = m_options.wait && !m_screen->isOurs() && !m_player->openKeys().isEmpty();
+    const bool waits = m_wait && !m_screen->isOurs() && !m_player->openKeys().isEmpty();
     if (std::ferror(stdout) != 0) {
         QCoreApplication::exit(NoEnvironment);
     } else if (m_ended && !waits) {

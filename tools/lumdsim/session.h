@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tools/lumdsim/commandline.h"
 #include "tools/lumdsim/input.h"
 #include "tools/lumdsim/player.h"
 
@@ -13,7 +12,11 @@ class Session : public QObject
     Q_OBJECT
 
 public:
-    Session(const Options &options, const QFile &script, const Screen *screen, Player *player);
+    Session(const QFile &script, const Screen *screen, Player *player);
+    /// Stays at the end until all notifications are answered or gone, as far as there is a user.
+    void setWait(bool wait) { m_wait = wait; }
+    /// Pauses after each event.
+    void setPace(int milliseconds) { m_paceMs = milliseconds; }
 
     /// Returns the exit status.
     int run();
@@ -23,13 +26,14 @@ private:
     void endInput(int error);
     void quitIfDone();
 
-    const Options &m_options;
     const Screen *m_screen;
     Player *m_player;
     Input m_input;
     QDir m_folder; ///< of the script; the current one for the standard input
     QString m_name;
     bool m_typed;
+    bool m_wait = false;
+    int m_paceMs = 0;
     bool m_ended = false;
     int m_line = 0;
 };
