@@ -36,9 +36,9 @@ def count(kind, operation, on_bus=False):
 def outside_publish():
     """The instructions of an add outside the client library's publish()."""
     counted = Counted("plugin", LIVE)
-    inclusive = counted.inclusive("new", 10, [ADD, PUBLISH])
+    costs = [counted.inclusive("new", 10, [ADD, PUBLISH]) for _ in range(3)]
     counted.end()
-    return inclusive[ADD] - inclusive[PUBLISH]
+    return min(cost[ADD] - cost[PUBLISH] for cost in costs)
 
 
 def stripped_size():
