@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-# lumd-adb as its user meets it: the real adb, a device that speaks its protocol, and our server on a bus of its own.
+# lumd-adb as its user meets it: the real adb, a device that speaks its protocol, and a desktop on a bus of its own.
 # SPDX-License-Identifier: MIT
 import os, re, signal, socket, struct, subprocess, sys, tempfile, threading
 import dbus
@@ -65,14 +65,22 @@ def until(*wanted):
         missing.remove(found) if found else None
 
 
-def shown(notification, replaced):
-    ids[str(notification[3])] = notification[0]
-    silently = " silently" if "suppress-sound" in notification[6] else ""
-    happened.append(f"{'replaced' if replaced else 'shown'} {notification[3]}: {notification[4]}{silently}")
+def called(method, arguments):
+    if method == "Notify":
+        _, replaced, _, summary, body, _, hints, _ = arguments
+        called.count += 1
+        ids[str(summary)] = replaced or called.count
+        silently = " silently" if "suppress-sound" in hints else ""
+        happened.append(f"{'replaced' if replaced else 'shown'} {summary}: {body}{silently}")
 
 
 def closed(id, _):
     happened.append("closed " + next(summary for summary in ids if ids[summary] == id))
+
+
+def act(summary, *signals):
+    for name, signature, value in (*signals, ("NotificationClosed", "uu", 2)):
+        desktop.EmitSignal(NAME, name, signature, dbus.Array([dbus.UInt32(ids[summary]), value], "v"))
 
 
 def first_line(*arguments, **environment):
@@ -86,6 +94,7 @@ def without(package, dump):
     return re.sub(rf"    NotificationRecord\(\S+ pkg={package} .*?(?=    NotificationRecord|  \n)", "", dump, flags=re.S)
 
 
+NAME, PATH = "org.freedesktop.Notifications", "/org/freedesktop/Notifications"
 GLib.timeout_add_seconds(90, lambda: happened.append("a time-out"))
 lumd_adb, source = os.path.realpath(sys.argv[1]), sys.argv[2]
 home = tempfile.TemporaryDirectory()
@@ -118,13 +127,16 @@ assert printed.stdout == open(f"{source}/tests/dumps/android-8.jsonl").read(), p
 
 happened, ids = [], {}
 bus = dbus.SessionBus()
-bus.add_signal_receiver(shown, "Shown")
-bus.add_signal_receiver(closed, "Closed")
-server = subprocess.Popen([os.path.dirname(lumd_adb) + "/kavrel-notification-server", "--session", "--quiet"],
-                          stdout=subprocess.PIPE)
-server.stdout.readline()
-user = dbus.Interface(bus.get_object("org.freedesktop.Notifications", "/org/freedesktop/Notifications"),
-                      "com.vorn.Notifications.Control")
+bus.add_signal_receiver(called, "MethodCalled")
+bus.add_signal_receiver(closed, "NotificationClosed")
+called.count = 0
+server = DBusTestCase.spawn_server(NAME, PATH, NAME, stdout=subprocess.DEVNULL)
+desktop = dbus.Interface(bus.get_object(NAME, PATH), "org.freedesktop.DBus.Mock")
+desktop.AddMethods(NAME, [
+    ("GetCapabilities", "", "as", "ret = ['actions', 'body']"),
+    ("GetServerInformation", "", "ssss", "ret = 'mock', '', '', ''"),
+    ("Notify", "susssasa{sv}i", "u", "self.count = getattr(self, 'count', 0) + 1; ret = args[1] or self.count"),
+    ("CloseNotification", "u", "", "self.EmitSignal('', 'NotificationClosed', 'uu', [args[0], 3])")])
 adb = lambda *arguments: subprocess.run(["adb", *arguments], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 device = Device()
 serial = f"127.0.0.1:{device.port}"
@@ -139,7 +151,7 @@ try:
     until("replaced Ada (work): Are you there (now)?")
     device.show(dump)
     until("dumpsys")
-    user.Dismiss(ids["Library"])
+    act("Library")
     until("closed Library")
     dump = without("org.example.chat", dump)
     device.show(dump)
@@ -147,7 +159,7 @@ try:
     dump = dump.replace("Two books", "Three books")
     device.show(dump)
     until("shown Library: Three books are due.")
-    user.Dismiss(ids["Library"])
+    act("Library")
     until("closed Library")
     device.connection.shutdown(socket.SHUT_RDWR)
     until("closed USB debugging connected")
@@ -158,7 +170,7 @@ try:
     until("shown USB debugging connected: Tap to turn off silently")
     device.show(dumps[2])
     until("closed USB", "shown Mira", "shown Anna", "shown holiday", "shown Morning")
-    user.Invoke(ids["Mira"], "default")
+    act("Mira", ("ActionInvoked", "us", "default"))
     until("resolve-activity --brief org.example.chat", "am start -n 'org.example.chat/.Main$Tap'", "closed Mira")
     process.terminate()
     until("closed Anna", "closed holiday", "closed Morning")
