@@ -26,9 +26,8 @@ void writeIcon(const QString &name)
 QDBusMessage request(const QDBusConnection &connection, const QString &interface, const char *method,
                      const QVariantList &arguments)
 {
-    const QString service = connection.baseService().isEmpty() ? QString() : protocol::service(); // a peer has no names
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(service, protocol::objectPath(), interface, QLatin1String(method));
+    QDBusMessage message = QDBusMessage::createMethodCall(protocol::callee(connection, protocol::service()),
+                                                          protocol::objectPath(), interface, QLatin1String(method));
     message.setArguments(arguments);
     return message;
 }

@@ -42,7 +42,7 @@ class PluginClient : public Client
 public:
     PluginClient();
 
-    void load() override { m_plugin.load(m_host); }
+    void load() override { m_plugin.load(&m_host); }
     void unload() override;
     void prepare(const QVector<Item> &items) override;
     void show(int index) override { m_host.add(m_records[static_cast<size_t>(index)].get()); }

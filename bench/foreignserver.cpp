@@ -32,7 +32,7 @@ bool ForeignServer::handleMessage(const QDBusMessage &message, const QDBusConnec
     } else if (message.member() == QLatin1String("CloseNotification")) {
         QDBusMessage signal = QDBusMessage::createSignal(protocol::objectPath(), protocol::service(),
                                                          QStringLiteral("NotificationClosed"));
-        signal << arguments.value(0) << 3U;
+        signal << arguments.value(0) << uint{protocol::OnRequest};
         connection.send(signal);
     } else {
         return false;

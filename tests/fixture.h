@@ -24,7 +24,7 @@ public:
     /// environment instead of the server's.
     explicit Fixture(const std::string &config = {}, const char *address = nullptr);
     ~Fixture();
-    void load() { QCOMPARE(m_plugin.load(*host), 0); }
+    void load() { QCOMPARE(m_plugin.load(host.get()), 0); }
     void unload() { m_plugin.unload(); }
 
     /// The host adds a notification.

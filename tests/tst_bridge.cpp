@@ -53,7 +53,7 @@ private Q_SLOTS:
         fixture.add("k");
         QVariantMap hints = fixture.desktop().value(0).hints;
         fixture.unload();
-        QVERIFY(!fixture.host->hasPlugin());
+        QVERIFY(!fixture.host->callbacks);
         QVERIFY(fixture.desktop().isEmpty());
         fixture.onServer([&hints](Server &server) { // what an earlier run left, and another program's
             server.Notify({}, 0, {}, "mine", {}, {}, hints, -1);
@@ -151,7 +151,7 @@ private Q_SLOTS:
             fixture.add("l");
             fixture.onServer([=](Server &server) { dismissal ? server.dismiss(1) : server.invoke(1, "default"); });
             QVERIFY(fixture.desktop().isEmpty());
-            QVERIFY(!fixture.host->hasPlugin());
+            QVERIFY(!fixture.host->callbacks);
         }
     }
 };

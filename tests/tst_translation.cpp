@@ -49,7 +49,7 @@ Deed add(const Fields &fields)
 {
     return {[=](const Fixture &fixture) { fixture.add("a|b", fields); }, added};
 }
-Deed say(void (lumd::Host::*call)(lu_field *) const, const QVariantMap &look, const Fields &fields)
+Deed say(void (lumd::Host::*call)(lu_field *), const QVariantMap &look, const Fields &fields)
 {
     return {[=](const Fixture &fixture) { (fixture.host.get()->*call)(record(lumd::messageRecord, fields).get()); },
             look};

@@ -25,16 +25,16 @@ int lu_plugin_notifications_callbacks_unset(lu_handle *handle)
 
 int lu_plugin_notifications_action(lu_handle *handle, const char *key, lu_field *action)
 {
-    if (handle && handle->host->onAction) {
-        handle->host->onAction(key ? key : "", action);
+    if (handle && handle->onAction) {
+        handle->onAction(key ? key : "", action);
     }
     return 0;
 }
 
 int lu_plugin_notifications_removed(lu_handle *handle, const char *key)
 {
-    if (handle && handle->host->onRemoved) {
-        handle->host->onRemoved(key ? key : "");
+    if (handle && handle->onRemoved) {
+        handle->onRemoved(key ? key : "");
     }
     return 0;
 }

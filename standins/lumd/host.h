@@ -48,51 +48,32 @@ LU_EXPORT std::vector<std::string> takeFindings();
 /// Number of records alive in the process: 0 once everything was released.
 LU_EXPORT size_t liveRecords();
 
-class Host;
-
 } // namespace lumd
 
-/// The host's data about one plug-in.
+/// The host as one plug-in sees it. Reports of the plug-in go to the two functions, on the calling thread. The calls to
+/// the plug-in do nothing while its callbacks are not set.
 struct lu_handle {
-    const lumd::Host *host = nullptr;
-    lu_config_parser *config = nullptr;
-    std::optional<lu_plugin_notifications_callbacks> callbacks;
-    void *userData = nullptr;
-};
-
-namespace lumd
-{
-
-/// The host as one plug-in sees it. Reports of the plug-in go to the two functions, on the calling thread.
-class Host
-{
     using Callbacks = lu_plugin_notifications_callbacks;
 
-public:
-    /// `config` may be null (a host that has no configuration); it must outlive the host.
-    explicit Host(lu_config_parser *config)
-        : m_handle(new lu_handle{this, config, {}, nullptr})
+    /// `hostConfig` may be null (a host that has no configuration); it must outlive the host.
+    explicit lu_handle(lu_config_parser *hostConfig)
+        : config(hostConfig)
     {
     }
-    ~Host() = default;
-    Host(const Host &) = delete;
-    Host &operator=(const Host &) = delete;
+    ~lu_handle() = default;
+    lu_handle(const lu_handle &) = delete;
+    lu_handle &operator=(const lu_handle &) = delete;
 
-    /// The handle that plug-ins get.
-    lu_handle *handle() const { return m_handle.get(); }
-    /// Whether a plug-in's callbacks are registered. The calls below do nothing while none are.
-    bool hasPlugin() const { return m_handle->callbacks.has_value(); }
-
-    void init() const { call(&Callbacks::init); }
-    void deinit() const { call(&Callbacks::deinit); }
-    void connected() const { call(&Callbacks::connected); }
-    void clear() const { call(&Callbacks::clear); }
-    void add(lu_field *notification) const { call(&Callbacks::add, notification); }
-    void remove(const char *key) const { call(&Callbacks::remove, key); }
-    void publish(lu_field *message) const { call(&Callbacks::publish, message); }
-    void installationResult(lu_field *result) const { call(&Callbacks::installation_result, result); }
-    void uninstallationResult(lu_field *result) const { call(&Callbacks::uninstallation_result, result); }
-    void dexoptNotify(const char *summary, const char *body, double progress) const
+    void init() { call(&Callbacks::init); }
+    void deinit() { call(&Callbacks::deinit); }
+    void connected() { call(&Callbacks::connected); }
+    void clear() { call(&Callbacks::clear); }
+    void add(lu_field *notification) { call(&Callbacks::add, notification); }
+    void remove(const char *key) { call(&Callbacks::remove, key); }
+    void publish(lu_field *message) { call(&Callbacks::publish, message); }
+    void installationResult(lu_field *result) { call(&Callbacks::installation_result, result); }
+    void uninstallationResult(lu_field *result) { call(&Callbacks::uninstallation_result, result); }
+    void dexoptNotify(const char *summary, const char *body, double progress)
     {
         call(&Callbacks::dexopt_notify, summary, body, progress);
     }
@@ -102,15 +83,20 @@ public:
     /// The notification is gone from the desktop.
     std::function<void(const std::string &key)> onRemoved;
 
+    lu_config_parser *const config;
+    std::optional<Callbacks> callbacks;
+    void *userData = nullptr;
+
 private:
-    template <typename Entry, typename... Arguments> void call(Entry entry, Arguments... arguments) const
+    template <typename Entry, typename... Arguments> void call(Entry entry, Arguments... arguments)
     {
-        if (hasPlugin() && (*m_handle->callbacks).*entry) {
-            ((*m_handle->callbacks).*entry)(handle(), arguments..., m_handle->userData);
+        if (callbacks && (*callbacks).*entry) {
+            ((*callbacks).*entry)(this, arguments..., userData);
         }
     }
-
-    std::unique_ptr<lu_handle> m_handle;
 };
 
-} // namespace lumd
+namespace lumd
+{
+using Host = ::lu_handle;
+}

@@ -25,8 +25,7 @@ QHash<QString, QVariantMap> remoteActions(const QVariantMap &hints)
 QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection)
 {
     const auto text = [&action](const char *member) { return action.value(QLatin1String(member)).toString(); };
-    const bool isBus = connection.interface() != nullptr;
-    QDBusMessage message = QDBusMessage::createMethodCall(isBus ? text("service") : QString(), text("path"),
+    QDBusMessage message = QDBusMessage::createMethodCall(protocol::callee(connection, text("service")), text("path"),
                                                           text("interface"), text("method"));
     QVariantList arguments = action.value(QStringLiteral("arguments")).toList();
     if (answer) {

@@ -37,11 +37,20 @@ QHash<QString, QVariantMap> remoteActions(const QVariantMap &hints);
 void registerDesktopNotificationTypes();
 
 /// The D-Bus call that goes with an action, described as `protocol::hint::remoteActions()` says, over `connection`, a
-/// bus or a peer (which has no names). `answer`, null for none, follows the action's own arguments.
+/// bus or a peer. `answer`, null for none, follows the action's own arguments.
 QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection);
 
 namespace protocol
 {
 inline QString service() { return QStringLiteral("org.freedesktop.Notifications"); }
 inline QString objectPath() { return QStringLiteral("/org/freedesktop/Notifications"); }
+/// The name to call over `connection`: none on a peer connection, which has no bus names.
+inline QString callee(const QDBusConnection &connection, const QString &name)
+{
+    return connection.baseService().isEmpty() ? QString() : name;
+}
+
+enum CloseReason : uint { Expired = 1, Dismissed = 2, OnRequest = 3 };
+/// How long a transient notification stays.
+constexpr int transientMs = 4000;
 } // namespace protocol

@@ -13,8 +13,6 @@ namespace hint = protocol::hint;
 namespace
 {
 
-constexpr int transientMs = 4000;
-
 bool fail(QString *error, const QString &message)
 {
     if (error) {
@@ -102,12 +100,13 @@ void Server::armExpiry(Entry &entry)
     delete std::exchange(entry.expiry, nullptr);
     int timeout = entry.notification.expireTimeout;
     if (timeout < 0 && entry.notification.hints.value(hint::transient()).toBool()) {
-        timeout = transientMs;
+        timeout = protocol::transientMs;
     }
     if (timeout > 0) {
         entry.expiry = new QTimer(this);
         entry.expiry->setSingleShot(true);
-        connect(entry.expiry, &QTimer::timeout, this, [this, id = entry.notification.id] { close(id, Expired); });
+        connect(entry.expiry, &QTimer::timeout, this,
+                [this, id = entry.notification.id] { close(id, protocol::Expired); });
         entry.expiry->start(timeout);
     }
 }
@@ -116,13 +115,13 @@ void Server::CloseNotification(uint id)
 {
     QString error;
     if (find(id, &error)) {
-        close(id, OnRequest);
+        close(id, protocol::OnRequest);
     } else if (calledFromDBus()) {
         sendErrorReply(QDBusError::InvalidArgs, error);
     }
 }
 
-void Server::close(uint id, CloseReason reason)
+void Server::close(uint id, protocol::CloseReason reason)
 {
     const Entry entry = m_entries.take(id);
     if (entry.expiry) {
@@ -183,7 +182,7 @@ bool Server::invoke(uint id, const QString &name, QString *error, const QString 
         publisher.send(remoteActionCall(remote, answer, publisher));
     }
     if (!resident) {
-        close(id, Dismissed);
+        close(id, protocol::Dismissed);
     }
     return true;
 }
@@ -197,6 +196,6 @@ bool Server::dismiss(uint id, QString *error)
     if (!entry->notification.hints.value(hint::userRemovable(), true).toBool()) {
         return fail(error, QStringLiteral("Notification %1 can't be dismissed").arg(id));
     }
-    close(id, Dismissed);
+    close(id, protocol::Dismissed);
     return true;
 }

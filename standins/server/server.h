@@ -15,9 +15,6 @@ class Server : public Endpoint
     Q_OBJECT
 
 public:
-    enum CloseReason : uint { Expired = 1, Dismissed = 2, OnRequest = 3 };
-    Q_ENUM(CloseReason)
-
     explicit Server(QObject *parent = nullptr);
 
     /// The user invokes the action `name`, with an `answer` where the action takes one. False, with an `error` for whom
@@ -54,7 +51,7 @@ private:
 
     uint nextId();
     void armExpiry(Entry &entry);
-    void close(uint id, CloseReason reason);
+    void close(uint id, protocol::CloseReason reason);
     /// Null, with an `error`, when there is none.
     const Entry *find(uint id, QString *error) const;
 

@@ -48,7 +48,7 @@ Fields fuzzed(Input &input)
 void fuzzHost(Input &input)
 {
     Fixture fixture("[Notifications]\nNotifActionInput=yes\n");
-    const lumd::Host &host = *fixture.host;
+    lumd::Host &host = *fixture.host;
     while (input.remaining_bytes() > 0) {
         const std::string text = input.ConsumeRandomLengthString(4);
         const Fields fields = fuzzed(input);

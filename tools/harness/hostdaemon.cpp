@@ -52,7 +52,7 @@ bool HostDaemon::start(const QString &file, const QString &server, QString *erro
         *error = m_plugin->errorString();
         return false;
     }
-    if (m_plugin->load(host) != 0) {
+    if (m_plugin->load(&host) != 0) {
         *error = QStringLiteral("The plug-in's load function failed.");
         return false;
     }

@@ -31,9 +31,9 @@ LoadedPlugin::~LoadedPlugin()
     }
 }
 
-int LoadedPlugin::load(const lumd::Host &host)
+int LoadedPlugin::load(lumd::Host *host)
 {
-    m_context.handle = host.handle();
+    m_context.handle = host;
     return m_definition->load(&m_context);
 }
 

@@ -21,7 +21,7 @@ public:
     /// The exported descriptor; null after an error.
     const lu_plugin_def *definition() const { return m_definition; }
     /// Calls its load function for `host`, which must outlive the load; returns its result.
-    int load(const lumd::Host &host);
+    int load(lumd::Host *host);
     /// Calls its unload function, unless it is not loaded.
     void unload();
 

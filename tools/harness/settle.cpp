@@ -7,9 +7,9 @@
 
 QDBusMessage serverInformation(const QDBusConnection &client, int timeoutMs)
 {
-    const QString service = client.baseService().isEmpty() ? QString() : protocol::service(); // a peer has no names
-    const QDBusMessage question = QDBusMessage::createMethodCall(service, protocol::objectPath(), protocol::service(),
-                                                                 QStringLiteral("GetServerInformation"));
+    const QDBusMessage question =
+        QDBusMessage::createMethodCall(protocol::callee(client, protocol::service()), protocol::objectPath(),
+                                       protocol::service(), QStringLiteral("GetServerInformation"));
     return client.call(question, QDBus::Block, timeoutMs);
 }
 

@@ -22,7 +22,7 @@ std::vector<Member> result(uint32_t detail)
             {"message", kind::string, id::message}};
 }
 
-void dexopt(const Host &host, const Event &event)
+void dexopt(Host &host, const Event &event)
 {
     host.dexoptNotify(event.text("summary").toUtf8().constData(), event.text("body").toUtf8().constData(),
                       event.members.value(QStringLiteral("progress")).toDouble());
@@ -44,17 +44,17 @@ const std::vector<Verb> &verbs()
             {"silent", kind::boolean, id::silent}, {"vibrate", kind::boolean, id::vibrate}, {"indeterminate", kind::boolean, id::indeterminate},
             {"ongoing", kind::boolean, id::ongoing}, {"clearable", kind::boolean, id::clearable}, {"lowUrgency", kind::boolean, id::lowUrgency},
             {"actions", kind::actions, id::actions}},
-            1, lumd::notificationRecord, [](const Host &h, const Event &e) { h.add(e.record.get()); }},
+            1, lumd::notificationRecord, [](Host &h, const Event &e) { h.add(e.record.get()); }},
         {"remove", "host removes", {key}, 1, 0,
-            [](const Host &h, const Event &e) { h.remove(e.text("key").toUtf8().constData()); }},
-        {"clear", "host clears", {}, 0, 0, [](const Host &h, const Event &) { h.clear(); }},
-        {"connected", "host connects", {}, 0, 0, [](const Host &h, const Event &) { h.connected(); }},
+            [](Host &h, const Event &e) { h.remove(e.text("key").toUtf8().constData()); }},
+        {"clear", "host clears", {}, 0, 0, [](Host &h, const Event &) { h.clear(); }},
+        {"connected", "host connects", {}, 0, 0, [](Host &h, const Event &) { h.connected(); }},
         {"publish", "host publishes", {{"text", kind::string, field::message::text}, {"warning", kind::boolean, field::message::warning}},
-            0, lumd::messageRecord, [](const Host &h, const Event &e) { h.publish(e.record.get()); }},
+            0, lumd::messageRecord, [](Host &h, const Event &e) { h.publish(e.record.get()); }},
         {"installResult", "host installs", result(field::result::installationDetail), 0,
-            lumd::installationResultRecord, [](const Host &h, const Event &e) { h.installationResult(e.record.get()); }},
+            lumd::installationResultRecord, [](Host &h, const Event &e) { h.installationResult(e.record.get()); }},
         {"uninstallResult", "host uninstalls", result(field::result::uninstallationDetail), 0,
-            lumd::uninstallationResultRecord, [](const Host &h, const Event &e) { h.uninstallationResult(e.record.get()); }},
+            lumd::uninstallationResultRecord, [](Host &h, const Event &e) { h.uninstallationResult(e.record.get()); }},
         {"dexopt", "host optimises", {{"summary", kind::string}, {"body", kind::string}, {"progress", kind::number}}, 0, 0, dexopt},
         {"wait", "time passes", {{"ms", kind::duration}}, 1},
         {"invoke", "user invokes", {key, action}, 2},

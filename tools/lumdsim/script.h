@@ -17,7 +17,7 @@ struct Verb {
     size_t required = 0;     ///< number of required members, the first ones
     uint32_t recordType = 0; ///< of the host's record that the members become; 0 for none
     /// Null for events in which the host has no part.
-    void (*call)(const lumd::Host &host, const Event &event) = nullptr;
+    void (*call)(lumd::Host &host, const Event &event) = nullptr;
 };
 
 /// One line of a script.
