@@ -17,17 +17,17 @@ class Client : public QObject
 public:
     virtual void load() = 0;
     virtual void unload() = 0;
-    /// Makes ready what will be shown, so that doing so is not measured.
+    /// Prepares the items, so that only showing them is measured.
     virtual void prepare(const QVector<Item> &items) = 0;
-    /// Shows what was prepared at `index`.
+    /// Shows the item at `index`.
     virtual void show(int index) = 0;
     virtual void remove(int index) = 0;
-    /// How long it takes its time with that.
+    /// The time after which it carries out a removal.
     virtual ulong removalDelayMs() const { return 0; }
     virtual void clear() = 0;
     virtual QDBusConnection connection() const = 0;
 
-    /// What it was told by the server so far.
+    /// The number of signals and calls that the server has sent it so far.
     int events() const { return m_events; }
 
 protected:

@@ -5,7 +5,7 @@
 
 #include <QtCore/QByteArray>
 
-/// What is shown: an e-mail with four texts and two actions.
+/// An e-mail with four texts and two actions.
 struct Item {
     int number;         ///< one for each notification
     int version = 0;    ///< two that follow each other differ in one letter of the text

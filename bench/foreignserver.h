@@ -3,8 +3,8 @@
 
 #include <QtDBus/QDBusVirtualObject>
 
-/// A notification server on the session bus that knows the protocol and nothing of ours, and does as little as it can:
-/// what is measured with it is the client.
+/// A notification server on the session bus that knows the protocol and nothing of ours. It does as little as it can,
+/// since the benchmark measures its client.
 class ForeignServer : public QDBusVirtualObject
 {
 public:
@@ -12,7 +12,7 @@ public:
     bool serve();
     QString introspect(const QString & /*path*/) const override { return {}; }
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
-    /// One number for what a user sees of the latest notification.
+    /// A hash of everything that a user sees of the latest notification.
     uint looks() const { return m_looks; }
 
 private:

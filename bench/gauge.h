@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* What encloses the code that is measured: a clock for its time, and marks for the tools that count. callgrind writes
+/* Encloses the code that is measured, with a clock and with marks for the tools that count. callgrind writes
    down the instructions in between; strace shows two calls of access(). */
 #pragma once
 
@@ -39,7 +39,7 @@ static inline void gauge_stop(struct gauge *gauge)
     gauge_add(gauge, 1);
 }
 
-/* Ends what may have been started and stopped several times: a line with the figures of one of `count`. */
+/* Ends a measurement, which may have been stopped and started again: prints the figures of one of `count`. */
 static inline void gauge_report(const struct gauge *gauge, int count)
 {
     printf("%.9f %.3f\n", gauge->seconds / count, (double)gauge->switches / count);

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-/* Shows through libnotify what the other sides show: for each line "new COUNT" of the standard input COUNT of them, and
-   answers with what one took. */
+/* Shows the other sides' notification through libnotify, COUNT times for each line "new COUNT" of its input, and prints
+   the cost of one. */
 #include "bench/gauge.h"
 
 #include <libnotify/notify.h>

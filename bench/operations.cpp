@@ -69,7 +69,7 @@ void Operations::show() const
 /// Shows notifications that stay.
 void Operations::addLive(int count)
 {
-    constexpr int most = 500; // so many that the client need not take answers in between
+    constexpr int most = 500; // more would make the client wait for answers
     for (; count > 0; count -= most) {
         const uint first = nextId();
         prepareFresh(std::min(count, most));
@@ -103,7 +103,7 @@ void Operations::closeAll(uint first, int count) const
     settle(connection);
 }
 
-/// Has the user do something, and waits until the client was told.
+/// Lets the user act, and waits until the client is told.
 void Operations::causeEvent(const std::string &command)
 {
     const int expected = m_client->events() + 1;
@@ -114,7 +114,7 @@ void Operations::causeEvent(const std::string &command)
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-/// Loads the plug-in and shows what stays, each with two files in the icon cache.
+/// Loads the plug-in and shows the notifications that stay, each with two files in the icon cache.
 void Operations::fill(int count)
 {
     m_client->load();
@@ -127,7 +127,7 @@ void Operations::fill(int count)
     }
 }
 
-/// Of all that is shown, which is `count`.
+/// Clears `count` live notifications; prints the cost of one.
 void Operations::clear(int count)
 {
     addLive(count - static_cast<int>(m_live.size()));
@@ -180,7 +180,7 @@ void Operations::repeat(int count)
     closeAll(id, 1);
 }
 
-/// The place of those that are dismissed is taken by new ones.
+/// New ones take the place of those that are dismissed.
 void Operations::dismiss(int count, Which which)
 {
     measure([&] {

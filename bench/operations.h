@@ -11,14 +11,14 @@
 #include <memory>
 #include <string>
 
-/// What is measured of a client. Each operation is done `count` times in a row and leaves what is shown as it was.
+/// The operations that are measured. Each one runs `count` times in a row, and restores the screen.
 class Operations
 {
 public:
-    /// `user` is the file where our server reads what the user does.
+    /// `user` is the file from which our server reads the user's commands.
     Operations(std::unique_ptr<Client> client, const char *user);
 
-    /// Does one, and prints what it took.
+    /// Runs one, and prints its cost.
     void run(const std::string &name, int count);
 
 private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Our notification server in a process of its own. It listens at the D-Bus address given, does as a user would for the
-// lines "dismiss ID" and "invoke ID NAME" of its standard input, and for "content" prints the latest notification, for
-// the bare client to learn. It ends with its standard input.
+// Our notification server in a process of its own. It listens at the D-Bus address of its argument. The lines "dismiss
+// ID" and "invoke ID NAME" of its standard input play the user; for "content" it prints its first notification, from
+// which the bare client learns. It ends with its standard input.
 #include "standins/server/server.h"
 
 #include <QtCore/QCoreApplication>
@@ -22,11 +22,11 @@ void obey(const std::string &command, Server *server)
     } else if (command == "invoke" && std::cin >> id >> name) {
         server->invoke(id, QString::fromStdString(name));
     } else if (command == "content") {
-        const DesktopNotification latest = server->notifications().value(0);
+        const DesktopNotification first = server->notifications().value(0);
         QByteArray bytes;
         QDataStream stream(&bytes, QIODevice::WriteOnly);
-        stream << latest.appName << latest.appIcon << latest.summary << latest.actions << latest.hints
-               << latest.expireTimeout;
+        stream << first.appName << first.appIcon << first.summary << first.actions << first.hints
+               << first.expireTimeout;
         std::cout << bytes.toBase64().toStdString() << std::endl;
     }
 }
@@ -42,7 +42,7 @@ int main(int argc, char *argv[])
         qFatal("usage: kavrel-bench-server ADDRESS %s", qPrintable(error));
     }
     std::cout << "ready" << std::endl;
-    std::setvbuf(stdin, nullptr, _IONBF, 0); // or the notifier would not see a line that was read with another
+    std::setvbuf(stdin, nullptr, _IONBF, 0); // buffered lines would not wake the notifier
     const QSocketNotifier input(fileno(stdin), QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, [server] {
         std::string command;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // One side of the comparisons: shows notifications through the plug-in, or by D-Bus calls alone. Carries out the lines
-// "OPERATION COUNT" of its standard input, and prints for each what one took. Or serves such a side.
+// "OPERATION COUNT" of its standard input, and prints for each the cost of one. As "foreign" it serves such a side.
 // Arguments: "plugin", "bare" or "foreign"; the file where kavrel-bench-server reads the user's commands; for "bare"
 // the content that it has printed.
 #include "bench/foreignserver.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Not libinih: it cuts values at " ;" and at 200 bytes, and a command line may well have both.
+// Boost's parser, since libinih cuts values at " ;" and at 200 bytes, and a command line may have both.
 #include "standins/config-parser/configparser.h"
 
 #include <boost/property_tree/ini_parser.hpp>

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-/// The host's own side of `liblumd.so.1`: building records, calling a plug-in, and hearing from it.
+/// The host's own side of `liblumd.so.1`: it builds records, calls a plug-in, and receives its reports.
 namespace lumd
 {
 

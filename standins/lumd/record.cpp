@@ -27,7 +27,7 @@ struct lu_field {
 namespace
 {
 
-/// Records are looked up here before they are touched, so that a stale pointer is found and not followed.
+/// All functions look a record up here first, so that none follows a stale pointer.
 std::unordered_set<const lu_field *> live;
 std::vector<std::string> findings;
 

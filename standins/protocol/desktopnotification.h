@@ -22,7 +22,7 @@ struct DesktopNotification {
     QVariantMap hints;
     int expireTimeout = -1; ///< milliseconds; -1 the server's choice, 0 never
 };
-/// Identifiers, and the Android keys of what is shown under them.
+/// The Android key of each notification, by identifier.
 using NotificationKeys = QMap<uint, QString>;
 
 Q_DECLARE_METATYPE(DesktopNotification)

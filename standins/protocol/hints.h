@@ -14,7 +14,7 @@ namespace protocol::hint
 inline QString urgency() { return QStringLiteral("urgency"); }
 /// string, from the protocol's list or beginning with "x-"
 inline QString category() { return QStringLiteral("category"); }
-/// boolean: shown without being kept
+/// boolean: the server shows it and does not keep it
 inline QString transient() { return QStringLiteral("transient"); }
 /// boolean: stays after one of its actions was invoked
 inline QString resident() { return QStringLiteral("resident"); }
@@ -31,11 +31,11 @@ inline QString oldImagePath() { return QStringLiteral("image_path"); }
 
 /// 32-bit integer: progress in percent
 inline QString value() { return QStringLiteral("value"); }
-/// string: whose account or device it is of
+/// string: the account or device that it comes from
 inline QString originName() { return QStringLiteral("x-kde-origin-name"); }
 /// string: the application, if that is not the program that notifies
 inline QString displayAppName() { return QStringLiteral("x-kde-display-appname"); }
-/// string: what stands in the field for an answer while it is empty
+/// string: shown in the field for an answer while that is empty
 inline QString replyPlaceholder() { return QStringLiteral("x-kde-reply-placeholder-text"); }
 
 // Our own
@@ -48,9 +48,9 @@ inline QString owner() { return QStringLiteral("x-vorn-owner"); }
 inline QString remoteActions() { return QStringLiteral("x-vorn-remote-actions"); }
 /// string
 inline QString subText() { return QStringLiteral("x-vorn-sub-text"); }
-/// string: what a short pop-up shows instead of the summary
+/// string: shown by a short pop-up instead of the summary
 inline QString previewSummary() { return QStringLiteral("x-vorn-preview-summary"); }
-/// string: what a short pop-up shows instead of the body
+/// string: shown by a short pop-up instead of the body
 inline QString previewBody() { return QStringLiteral("x-vorn-preview-body"); }
 /// 32-bit integer
 inline QString itemCount() { return QStringLiteral("x-vorn-item-count"); }

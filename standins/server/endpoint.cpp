@@ -54,7 +54,7 @@ void Endpoint::onDisconnected()
 
 void Endpoint::leave(const QString &name)
 {
-    // A thread of Qt's own closes the connection later, when this object may be gone: it must not find it then.
+    // Qt's D-Bus thread closes the connection later, when this object may be gone.
     QDBusConnection peer(name);
     peer.unregisterObject(protocol::objectPath());
     peer.disconnect({}, localPath(), localInterface(), QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));

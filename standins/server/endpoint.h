@@ -8,7 +8,7 @@
 
 class QDBusServer;
 
-/// An object with D-Bus adaptors that every peer finds that connects to an address.
+/// Serves its D-Bus adaptors to every peer that connects to an address.
 class Endpoint : public QObject, protected QDBusContext
 {
     Q_OBJECT

@@ -31,8 +31,7 @@ bool hasAction(const DesktopNotification &notification, const QString &action)
     return false;
 }
 
-/// Why an action that takes `input` cannot be invoked with `answer`; empty when it can. Null stands for no
-/// input, and for no answer.
+/// The reason why the action cannot be invoked with `answer`, null for none; empty when it can.
 QString objection(const QVariantMap &action, const QString *answer)
 {
     if (!action.contains(QStringLiteral("input"))) {

@@ -17,8 +17,8 @@ class Server : public Endpoint
 public:
     explicit Server(QObject *parent = nullptr);
 
-    /// The user invokes the action `name`, with an `answer` where the action takes one. False, with an `error` for whom
-    /// it interests, when there is no such notification or action.
+    /// The user invokes the action `name`, with an `answer` where the action takes one. False when there is no
+    /// such notification or action; `error` may be null.
     bool invoke(uint id, const QString &name, QString *error = nullptr, const QString *answer = nullptr);
     /// The user dismisses the notification.
     bool dismiss(uint id, QString *error = nullptr);

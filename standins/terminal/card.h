@@ -3,7 +3,7 @@
 
 #include "standins/protocol/desktopnotification.h"
 
-/// A card for a terminal, some lines long, that shows what a screen would; texts cannot drive the terminal.
+/// A card of some lines that shows the notification on a terminal. Its texts cannot control the terminal.
 QString renderShown(const DesktopNotification &notification, bool replaced);
-/// One line about a notification that has left the screen.
+/// One line about a notification that has left the screen, for a reason of `protocol::CloseReason`.
 QString renderClosed(const DesktopNotification &notification, uint reason);

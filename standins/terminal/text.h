@@ -3,7 +3,7 @@
 
 #include <QtCore/QStringList>
 
-// Text for the standard output: as wide as that is, with colours on a terminal unless NO_COLOR is set.
+// Text for the standard output. A terminal gets colours, unless NO_COLOR is set.
 
 enum class Style { Plain, Bold, Dim, Red, Green, Yellow, Blue };
 
@@ -14,5 +14,5 @@ QString styled(const QString &text, Style style);
 QString printable(const QString &text);
 /// Makes `text` printable and cuts it into lines of at most `width` columns, at blanks if possible.
 QStringList wrapped(const QString &text, int width);
-/// Writes to the standard output at once; complains unless it is just that nobody reads any more.
+/// Writes to the standard output at once. Prints an error, unless the reader has gone.
 void print(const QString &text);
