@@ -59,7 +59,7 @@ bool readTime(const QJsonValue &value, const QDir &base, QVariant *field, QStrin
 
 bool readPng(const QJsonValue &value, const QDir &base, QVariant *field, QString *error)
 {
-    QFile file(base.filePath(value.toString()));
+    QFile file(QDir::cleanPath(base.filePath(value.toString())));
     if (!value.isString()) {
         return false;
     }
@@ -78,7 +78,8 @@ bool readPng(const QJsonValue &value, const QDir &base, QVariant *field, QString
 bool readChoices(const QJsonValue &value, const QDir & /*base*/, QVariant *field, QString * /*error*/)
 {
     Choices choices;
-    for (const QJsonValue &choice : value.toArray()) {
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue &choice : array) {
         if (!choice.isString()) {
             return false;
         }
@@ -91,7 +92,8 @@ bool readChoices(const QJsonValue &value, const QDir & /*base*/, QVariant *field
 bool readActions(const QJsonValue &value, const QDir &base, QVariant *field, QString *error)
 {
     std::vector<Fields> elements;
-    for (const QJsonValue &element : value.toArray()) {
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue &element : array) {
         if (!element.isObject() ||
             !readMembers(element.toObject(), "actions", actionElement(), base, &elements.emplace_back(), error)) {
             return false;
@@ -108,7 +110,7 @@ const Kind kind::boolean = {"true or false", readPlain<QJsonValue::Bool>};
 const Kind kind::number = {"a number", readPlain<QJsonValue::Double>};
 const Kind kind::integer = {"an integer", readAnyInteger};
 const Kind kind::importance = {"0 to 5", readInteger<0, 5>};
-const Kind kind::duration = {"milliseconds, not less than 0", readInteger<0, std::numeric_limits<int>::max()>};
+const Kind kind::duration = {"0 or more milliseconds", readInteger<0, std::numeric_limits<int>::max()>};
 const Kind kind::color = {"a colour, \"#aarrggbb\" or an integer", readColor};
 const Kind kind::localTime = {"milliseconds since 1970 or a local time such as \"2024-05-06T07:00\"", readTime};
 const Kind kind::png = {"the name of a PNG file", readPng};

@@ -31,7 +31,7 @@ struct Member {
 bool readMembers(const QJsonObject &object, const char *place, const std::vector<Member> &members, const QDir &base,
                  Fields *fields, QString *error);
 
-/// For messages: the value as JSON text, shortened.
+/// Returns the value as JSON text, shortened for messages.
 QString jsonText(const QJsonValue &value);
 
 template <typename Table> auto findByName(const Table &table, const QString &name)
@@ -39,7 +39,7 @@ template <typename Table> auto findByName(const Table &table, const QString &nam
     return std::find_if(table.begin(), table.end(), [&](const auto &row) { return name == QLatin1String(row.name); });
 }
 
-/// For messages.
+/// Lists the names for messages.
 template <typename Table> QString names(const Table &table)
 {
     QStringList names;

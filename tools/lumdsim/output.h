@@ -8,8 +8,8 @@
 #include <functional>
 #include <vector>
 
-/// Prints what happens, for people or as one JSON object a line. Reports are held until `flush()` and sorted
-/// then: what follows from one cause arrives in no certain order.
+/// Prints the events, as text or as one JSON object a line. Holds reports until `flush()` and sorts them then: the
+/// effects of one cause arrive in no certain order.
 class Output
 {
 public:

@@ -44,7 +44,7 @@ void Screen::onClosed(uint id, uint reason)
     Q_EMIT closed(key, notification, reason);
 }
 
-bool Screen::act(const QString &deed, const QString &key, const QString &action, const QString &text,
+bool Screen::act(const QString &verb, const QString &key, const QString &action, const QString &text,
                  QString *error) const
 {
     if (!m_ids.contains(key)) {
@@ -54,7 +54,7 @@ bool Screen::act(const QString &deed, const QString &key, const QString &action,
     const uint id = m_ids.value(key);
     const QStringList actions = m_shown.value(id).actions;
     const int index = actions.indexOf(action); // of a name or its text, in turn
-    const bool dismisses = deed == QLatin1String("dismiss");
+    const bool dismisses = verb == QLatin1String("dismiss");
     if (!dismisses && index < 0) {
         QStringList texts;
         for (int i = 1; i < actions.size(); i += 2) {
@@ -68,7 +68,7 @@ bool Screen::act(const QString &deed, const QString &key, const QString &action,
     m_own->run([&](Server &server) {
         done = dismisses ? server.dismiss(id, error)
                          : server.invoke(id, actions.at(index - index % 2), error,
-                                         deed == QLatin1String("reply") ? &text : nullptr);
+                                         verb == QLatin1String("reply") ? &text : nullptr);
     });
     return done;
 }

@@ -18,9 +18,9 @@ public:
 
     /// Whether the server is our own.
     bool isOurs() const { return m_own != nullptr; }
-    /// The user does the `deed`, "invoke", "reply" or "dismiss", to the notification with this key. `action` is the
+    /// The user answers the notification with this key, by the verb "invoke", "reply" or "dismiss". `action` is the
     /// name of one of its actions or the text on the button.
-    bool act(const QString &deed, const QString &key, const QString &action, const QString &text, QString *error) const;
+    bool act(const QString &verb, const QString &key, const QString &action, const QString &text, QString *error) const;
 
 Q_SIGNALS:
     void shown(const QString &key, const DesktopNotification &notification, bool replaced);
