@@ -75,7 +75,7 @@ private Q_SLOTS:
         QTRY_COMPARE(out(), "Ada|p|Chat||||kept\n|||two\nlines|✓ é|msg|kept\n$(id) `id` \\ %n \"q\" 'q'||||||kept\n");
     }
 
-    /// One after the other, in order, whatever becomes of those before.
+    /// Commands run one after the other, in order, even after failed ones.
     void queue()
     {
         Fixture fixture(config(

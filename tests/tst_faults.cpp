@@ -21,7 +21,7 @@ namespace
 
 constexpr uid_t nobody = 65534;
 
-/// Something that somebody puts into the file system.
+/// An entry that somebody puts into the file system.
 struct Entry {
     fs::file_type type;
     mode_t mode = 0755;
@@ -53,7 +53,7 @@ constexpr Entry daemons{fs::file_type::directory, 0777, 1};
 enum When { Before, Later }; ///< the plug-in is loaded
 enum Icons { Cached, NotCached };
 
-/// What becomes of the folder "lumd", of the icon cache in it and of an icon's file in that, and what comes of it.
+/// Entries in place of the folder "lumd", the icon cache in it and an icon's file there, and their effect.
 struct CacheFault {
     const char *name;
     When when;
@@ -115,7 +115,7 @@ QList<int> modes(const std::vector<fs::path> &paths)
 
 } // namespace
 
-/// Whatever goes wrong, the host goes on, and notifications appear that can.
+/// Faults never stop the host, and cost as few notifications as possible.
 class FaultsTest : public QObject
 {
     Q_OBJECT
@@ -134,7 +134,7 @@ private Q_SLOTS:
         QVERIFY(fault.user == 0 || seteuid(fault.user) == 0);
         Fixture fixture;
         const auto asBefore = qScopeGuard([&fixture, directory = qgetenv("TMPDIR")] {
-            fixture.unload(); // not as root, who can create the cache anywhere
+            fixture.unload(); // as this user: root can create the cache anywhere
             static_cast<void>(seteuid(0));
             qputenv("TMPDIR", directory);
         });

@@ -9,7 +9,7 @@ namespace n = field::notification;
 namespace
 {
 
-/// What one key should look like from outside.
+/// The state of one key, as it should be seen from outside.
 struct Model {
     QString key;
     bool registered = false;
@@ -18,7 +18,7 @@ struct Model {
     bool icon = false;
     bool largeIcon = false;
     QString title; ///< published last
-    QString told;  ///< what the host was, in this step
+    QString told;  ///< the reports to the host in this step
 
     void add(const QString &newTitle, bool withIcons)
     {
@@ -30,7 +30,7 @@ struct Model {
         pending = false;
     }
     void expire() { registered = shown = icon = largeIcon = pending = false; }
-    /// What the host wants removed stays registered, with its large icon.
+    /// A notification whose removal is pending stays registered, with its large icon.
     void close(bool byAction)
     {
         const bool tells = shown && !pending;
@@ -53,9 +53,8 @@ int residentKib() { return contents("/proc/self/statm").section(' ', 1, 1).toInt
 
 } // namespace
 
-/// Random sequences of everything that can happen to many keys at once, checked against the model after every
-/// step. The seed is printed; KAVREL_SEED repeats a run, but for the timing; KAVREL_STEPS sets its length. In one of
-/// 100,000 steps memory has to stay flat.
+/// Random events for many keys at once, checked against the model after every step. The test prints its seed, and
+/// KAVREL_SEED repeats a run, timing aside; KAVREL_STEPS sets its length. In a run of 100,000 steps memory stays flat.
 class ModelTest : public QObject
 {
     Q_OBJECT
@@ -123,8 +122,8 @@ private:
         }
     }
 
-    /// The plug-in's timer and these two fire in the order in which they are armed, however late they are: it
-    /// has certainly fired, or certainly not, unless just one of the two has.
+    /// The plug-in's timer and these two fire in the order in which they are armed, however late that is. If both have
+    /// fired, so has the plug-in's; if neither has, it has not; between them, nobody knows.
     void remove(Fixture &fixture, Model &model)
     {
         constexpr std::chrono::milliseconds delay(500);
@@ -146,8 +145,7 @@ private:
         });
     }
 
-    /// Runs the event loop, which nothing else does: mostly for the timers that are due, now and then for some
-    /// that are not.
+    /// Runs the event loop, which no other function does: mostly for due timers, now and then for others, too.
     void letTimersExpire()
     {
         const int left = m_random.bounded(1000) == 0 ? m_random.bounded(m_armed + 1) : m_armed;
@@ -179,11 +177,11 @@ private:
 
     QRandomGenerator m_random = QRandomGenerator::securelySeeded();
     Model m_models[48];
-    Model *m_recent = m_models; ///< where something happened last
-    QHash<QString, uint> m_ids; ///< of what is shown
+    Model *m_recent = m_models; ///< the key of the last event
+    QHash<QString, uint> m_ids; ///< of the shown notifications
     int m_loads = 0;
     int m_armed = 0;  ///< removals whose timers have not fired
-    int m_firing = 0; ///< of these, those of which it is not certain
+    int m_firing = 0; ///< those of them that may have fired
 };
 
 QTEST_GUILESS_MAIN(ModelTest)
