@@ -37,6 +37,10 @@ BareClient::BareClient(const QByteArray &content)
     QDataStream stream(QByteArray::fromBase64(content));
     stream >> m_content.appName >> m_content.appIcon >> m_content.summary >> m_content.actions >> m_content.hints >>
         m_content.expireTimeout;
+    const QHash<QString, QVariantMap> actions = remoteActions(m_content.hints);
+    for (int i = 0; i < m_content.actions.size(); i += 2) {
+        m_actions.append(actions.value(m_content.actions.at(i)));
+    }
 }
 
 void BareClient::load()
@@ -62,6 +66,7 @@ void BareClient::show(int index)
         writeIcon(QStringLiteral("%1.png").arg(item.number));
         writeIcon(QStringLiteral("%1_large.png").arg(item.number));
     }
+    m_content.hints.insert(protocol::hint::remoteActions(), remoteActionsText(m_actions)); // the client library's work
     uint &id = m_ids[item.number];
     const QDBusMessage reply = connection().call(
         request(connection(), protocol::service(), "Notify",

@@ -80,6 +80,7 @@ private Q_SLOTS:
 
 private:
     DesktopNotification m_content;
+    QVariantList m_actions; ///< of the content
     QVector<Item> m_items;
     QHash<int, uint> m_ids; ///< by the items' numbers
 };
