@@ -16,7 +16,7 @@ any_of() {
 
 build_packages=(g++ cmake ninja-build qtbase5-dev libboost-dev scdoc)
 # shellcheck disable=SC2034
-test_packages=(binutils dbus-daemon libglib2.0-bin python3-dbusmock)
+test_packages=(adb binutils dbus-daemon libglib2.0-bin python3-dbusmock)
 
 fail() { # MESSAGE
     echo "$1" >&2
