@@ -19,8 +19,16 @@ play_on_desktop() {
     } | ALERT_LOG=/dev/null build/release/bin/lumdsim --config examples/demo.ini --desktop -
 }
 
-# Makes a picture of them in FILE: starts a display, a session bus and dunst for it, and ends them again.
-picture() ( # FILE
+# Shows those of a recorded phone until a line comes in.
+play_phone() {
+    build/release/bin/lumd-adb --dump tests/dumps/android-16.txt &
+    # shellcheck disable=SC2064
+    trap "kill $!" EXIT
+    read -r _ || true
+}
+
+# Makes a picture of PLAYER's notifications in FILE: starts a display, a session bus and dunst for it, and ends them again.
+picture() ( # FILE PLAYER
     scratch=$(mktemp -d)
     trap 'kill $(jobs -p) 2>/dev/null; wait; rm -rf "$scratch"' EXIT
     export HOME=$scratch XDG_CONFIG_HOME=$scratch XDG_CACHE_HOME=$scratch XDG_RUNTIME_DIR=$scratch TMPDIR=$scratch
@@ -33,7 +41,7 @@ picture() ( # FILE
     dunst -conf examples/dunstrc 2>"$scratch/log" &
     soon dunstctl count displayed >/dev/null
     mkfifo "$scratch/end"
-    play_on_desktop <"$scratch/end" >/dev/null &
+    "$2" <"$scratch/end" >/dev/null &
     exec 5>"$scratch/end"
     soon four_displayed
     soon unchanged_screen
