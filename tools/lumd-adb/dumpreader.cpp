@@ -63,7 +63,6 @@ bool DumpReader::read(QString *error)
 void DumpReader::readHead()
 {
     m_fields = m_indentation + 2;
-    m_isPublic = false;
     m_record = {};
     for (string_view rest = m_line; !rest.empty() && !startsWith(rest, "publicVersion=");) {
         const string_view word = rest.substr(0, rest.find(' '));
