@@ -77,34 +77,33 @@ QJsonObject PhoneNotification::scriptLine() const
     const bool isOngoing = hasFlag(0x2, "ONGOING_EVENT");
     const size_t light = m_values[Light].find("color=");
     const qint64 ledColor = light < m_values[Light].size() ? number(m_values[Light].substr(light + 6)) : 0;
-    const QJsonObject all = {
-        {QStringLiteral("do"), QStringLiteral("add")},
-        {QStringLiteral("key"), text(Key)},
-        {QStringLiteral("package"), package()},
-        {QStringLiteral("appName"), appName()},
-        {QStringLiteral("title"), text(Title)},
-        {QStringLiteral("text"), text(m_values[BigText].empty() ? Text : BigText)},
-        {QStringLiteral("subText"), text(SubText)},
-        {QStringLiteral("category"), text(Category)},
-        {QStringLiteral("timestamp"), isTrue(ShowWhen) ? integer(When) : 0},
-        {QStringLiteral("color"), integer(Color)},
-        {QStringLiteral("ledColor"), ledColor},
-        {QStringLiteral("progress"), integer(Progress)},
-        {QStringLiteral("progressMax"), integer(ProgressMax)},
-        {QStringLiteral("indeterminate"), isTrue(Indeterminate)},
-        {QStringLiteral("importance"), integer(Importance)},
-        {QStringLiteral("lowUrgency"), integer(Importance) < 3},
-        {QStringLiteral("itemCount"), integer(Number)},
-        {QStringLiteral("silent"), !contains(m_values[Statistics], "isNoisy=true")},
-        {QStringLiteral("vibrate"), !m_values[Vibration].empty() && !contains(m_values[Vibration], "null")},
-        {QStringLiteral("ongoing"), isOngoing},
-        {QStringLiteral("clearable"), !isOngoing && !hasFlag(0x20, "NO_CLEAR")},
-        {QStringLiteral("actions"), QJsonArray{QJsonObject{{QStringLiteral("title"), QStringLiteral("default")}}}}};
+    const std::pair<const char *, QJsonValue> members[] = {
+        {"do", QStringLiteral("add")},
+        {"key", text(Key)},
+        {"package", package()},
+        {"appName", appName()},
+        {"title", text(Title)},
+        {"text", text(m_values[BigText].empty() ? Text : BigText)},
+        {"subText", text(SubText)},
+        {"category", text(Category)},
+        {"timestamp", isTrue(ShowWhen) ? integer(When) : 0},
+        {"color", integer(Color)},
+        {"ledColor", ledColor},
+        {"progress", integer(Progress)},
+        {"progressMax", integer(ProgressMax)},
+        {"indeterminate", isTrue(Indeterminate)},
+        {"importance", integer(Importance)},
+        {"lowUrgency", integer(Importance) < 3},
+        {"itemCount", integer(Number)},
+        {"silent", !contains(m_values[Statistics], "isNoisy=true")},
+        {"vibrate", !m_values[Vibration].empty() && !contains(m_values[Vibration], "null")},
+        {"ongoing", isOngoing},
+        {"clearable", !isOngoing && !hasFlag(0x20, "NO_CLEAR")},
+        {"actions", QJsonArray{QJsonObject{{QStringLiteral("title"), QStringLiteral("default")}}}}};
     QJsonObject line;
-    for (auto member = all.begin(); member != all.end(); ++member) {
-        const QJsonValue value = member.value(); // an absent one counts as empty, 0 or false
+    for (const auto &[name, value] : members) { // an absent one counts as empty, 0 or false
         if (value.toBool() || value.toDouble() != 0 || !value.toString().isEmpty() || value.isArray()) {
-            line.insert(member.key(), value);
+            line.insert(QLatin1String(name), value);
         }
     }
     return line;
