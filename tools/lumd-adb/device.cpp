@@ -37,10 +37,8 @@ Device::Device(const QString &serial)
     m_retry.setInterval(retryMs);
     const auto retryLater = QOverload<>::of(&QTimer::start);
     connect(&m_retry, &QTimer::timeout, this, &Device::retry);
-    connect(&m_pause, &QTimer::timeout, this, [this] {
-        run(&m_question, {QStringLiteral("-s"), m_serial, QStringLiteral("shell"),
-                          QStringLiteral("dumpsys notification --noredact")});
-    });
+    connect(&m_pause, &QTimer::timeout, this,
+            [this] { run(&m_question, onDevice(QStringLiteral("shell dumpsys notification --noredact"))); });
     connect(&m_tracker, &QProcess::readyRead, this, &Device::readDevices);
     connect(&m_tracker, finished, this, [this] { choose({}); });
     connect(&m_tracker, finished, &m_retry, retryLater);
@@ -85,7 +83,7 @@ void Device::retry()
         m_devices.clear();
         run(&m_tracker, {QStringLiteral("track-devices")});
     } else {
-        m_pause.start(0);
+        askSoon();
     }
 }
 
@@ -147,10 +145,8 @@ void Device::use(const QString &serial)
     m_serial = serial;
     if (!serial.isEmpty()) {
         m_pause.start(0);
-        run(&m_log, QStringLiteral("-s %1 logcat -b events -T 1 notification_enqueue notification_cancel "
-                                   "notification_cancel_all notification_canceled *:S")
-                        .arg(serial)
-                        .split(QLatin1Char(' ')));
+        run(&m_log, onDevice(QStringLiteral("logcat -b events -T 1 notification_enqueue notification_cancel "
+                                            "notification_cancel_all notification_canceled *:S")));
     }
 }
 
@@ -180,6 +176,12 @@ void Device::readAnswer(int status)
     }
 }
 
+/// The arguments of adb for a command whose words hold no blanks.
+QStringList Device::onDevice(const QString &command) const
+{
+    return QStringList{QStringLiteral("-s"), m_serial} + command.split(QLatin1Char(' '));
+}
+
 void Device::say(const QString &line)
 {
     if (line != m_said) {
@@ -197,7 +199,7 @@ void Device::shell(const QString &command, const std::function<void(const QByteA
         }
         process->deleteLater();
     });
-    run(process, {QStringLiteral("-s"), m_serial, QStringLiteral("shell"), command});
+    run(process, onDevice(QStringLiteral("shell ") + command));
 }
 
 /// Starts the activity that the launcher would. monkey can do that too, but is said to switch auto-rotation on.

@@ -41,6 +41,7 @@ private:
     void askSoon();
     void readAnswer(int status);
     void retry();
+    QStringList onDevice(const QString &command) const;
     void say(const QString &line);
     void shell(const QString &command, const std::function<void(const QByteArray &)> &answered);
 

@@ -46,7 +46,7 @@ bool DumpReader::read(QString *error)
         }
         if (isHead) {
             readHead();
-        } else if (m_fields != 0) {
+        } else {
             readField();
         }
     }
