@@ -97,8 +97,7 @@ void DumpReader::readExtras()
     bool isEnd = false;
     while (!isEnd && nextLine()) {
         isEnd = m_indentation == outside && m_line == "}";
-        const bool isEntry =
-            m_indentation > outside && (inside == none || m_indentation == inside) && m_line.find('=') != none;
+        const bool isEntry = (inside == none || m_indentation == inside) && m_line.find('=') != none;
         if (!isEnd && !isEntry) {
             continue;
         }

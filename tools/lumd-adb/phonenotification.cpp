@@ -76,7 +76,7 @@ QJsonObject PhoneNotification::scriptLine() const
     const auto isTrue = [this](Field field) { return m_values[field] == "true"; };
     const bool isOngoing = hasFlag(0x2, "ONGOING_EVENT");
     const size_t light = m_values[Light].find("color=");
-    const qint64 ledColor = light < m_values[Light].size() ? number(m_values[Light].substr(light + 6)) : 0;
+    const qint64 ledColor = light == std::string_view::npos ? 0 : number(m_values[Light].substr(light + 6));
     const std::pair<const char *, QJsonValue> members[] = {
         {"do", QStringLiteral("add")},
         {"key", text(Key)},
