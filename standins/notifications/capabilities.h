@@ -16,8 +16,9 @@ public:
         OnePicture = 2,    ///< shows the application's icon and no other picture
         IconUri = 4,       ///< takes the application's icon as a URI, not as a path
         LoneMarkup = 8,    ///< reads a title without a text as markup
-        LowReasons = 16,   ///< counts close reasons from 0
-        NeverExpires = 32, ///< reports its close button as an expiry, and nothing else that was sent to stay
+        TitleMarkup = 16,  ///< reads every title as markup
+        LowReasons = 32,   ///< reports a dismissal as 1, and closes everything before it ends
+        NeverExpires = 64, ///< reports its close button as an expiry, and nothing else that was sent to stay
     };
 
     /// Of a server that does not answer: the protocol alone. Escaped text is readable on every server, raw text is not.
@@ -38,7 +39,10 @@ public:
     /// The protocol's close reason for the one that the server has reported.
     uint closeReason(uint reported) const
     {
-        return reported + (has(LowReasons) || (has(NeverExpires) && reported == 1) ? 1 : 0);
+        constexpr uint expired = 1;
+        constexpr uint dismissed = 2;
+        const bool isDismissal = reported == 1 && (has(LowReasons) || has(NeverExpires));
+        return isDismissal ? dismissed : has(LowReasons) ? expired : reported;
     }
 
 private:

@@ -90,7 +90,7 @@ void adaptTexts(DesktopNotification &wire, const NotificationContent &content, c
     if (server.contains(hint::originName())) {
         wire.hints.insert(hint::displayAppName(), wire.appName);
     }
-    if (wire.body.isEmpty() && server.has(Capabilities::LoneMarkup)) {
+    if (server.has(Capabilities::TitleMarkup) || (wire.body.isEmpty() && server.has(Capabilities::LoneMarkup))) {
         wire.summary = markup(wire.summary);
     }
 }

@@ -24,7 +24,6 @@ namespace
 /// Calls that may wait for a server that does not answer, before further notifications are given up.
 constexpr size_t maximumUnanswered = 1000;
 constexpr uint expired = 1; ///< reason of closing
-constexpr uint closedOnRequest = 3;
 
 } // namespace
 
@@ -231,10 +230,9 @@ void Publications::onSignal(const QDBusMessage &signal)
     Notification *const notification = publication->notification;
     if (signal.member() == QLatin1String("NotificationClosed")) {
         const uint reason = server.closeReason(arguments.at(1).toUInt());
-        // Only a dismissal is one. Most other servers take a pop-up off the screen after a while and keep the
-        // notification in a list, where it can still be replaced and closed; some close all of them before they end.
-        const bool unasked = reason == closedOnRequest && publication->state() == State::Shown;
-        const bool isKept = !server.isOurs() && (reason == expired || unasked);
+        // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
+        // dismissed it then, and it can still be replaced and closed.
+        const bool isKept = !server.isOurs() && reason == expired;
         report(publication, [=](Publication &p) { return isKept ? p.expired() : p.closed(reason); });
     } else if (notification && server.isOurs() && signal.member() == QLatin1String("ActionInvoked")) {
         Q_EMIT notification->actionInvoked(arguments.at(1).toString());
