@@ -1,11 +1,10 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Plays notifications to real desktop servers, each on a bus and a display of its own, and is the user there.
-
-usage: cases.py [SERVER...|all]             prints a row of docs/desktops.md for each, and its faults
-       cases.py --pictures [SERVER...|all]  makes the pictures in docs/desktops/
-       cases.py --packages [SERVER...|all]  lists the Debian packages that it takes
-"""
+# Plays notifications to real desktop servers, each on a bus and a display of its own, and is the user there.
+#
+# usage: cases.py [SERVER...|all]             prints a row of docs/desktops.md for each, and its faults
+#        cases.py --pictures [SERVER...|all]  makes the pictures in docs/desktops/
+#        cases.py --packages [SERVER...|all]  lists the Debian packages that it takes
 import contextlib
 import json
 import os
@@ -14,7 +13,7 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from drivers import COLORS, SERVERS, TOP, keep, run, start, within
+from drivers import COLORS, SERVERS, Desktop, TOP, keep, run, start, within
 from PIL import Image, ImageChops
 
 CHAT = {"appName": "Chat", "package": "org.example.chat", "category": "msg", "importance": 3, "clearable": True,
@@ -65,7 +64,7 @@ def queues(s):
     """A warning that waits behind two others gets its turn."""
     add(s), add(s, key="other")
     warning = s.notify(do="publish", text="Queued", warning=True)
-    s.until(lambda: any("Queued" in text for text, _ in s.titles()), "never shown", 30)
+    s.until(lambda: s.shows("Queued"), "never shown", 30)
     with contextlib.suppress(AssertionError):
         s.until(lambda: s.closed(warning), "", 6)
     assert (warning.id,) not in s.sent("CloseNotification", warning.since), "closed too early"
@@ -95,7 +94,7 @@ def reply(s):
 
 
 def dismissed(s):
-    s.user(lambda shown=add(s, actions=[]): s.act("dismiss", shown), event="removed")
+    s.user(lambda shown=add(s, actions=[], subText="family"): s.act("dismiss", shown), event="removed")
     s.until(s.cleared, "still there")
 
 
@@ -155,14 +154,18 @@ NEEDED = {"button": "actions", "tap": "actions", "choice": "actions", "reply": "
 
 
 def picture(s):
-    """Cuts the chat message of the day in examples/ out of the screen."""
+    """Cuts a chat message of the day in examples/, which sends a photo, out of the screen."""
     day = (TOP / "examples/day.jsonl").read_text().replace('"icons/', f'"{TOP}/examples/icons/')
-    s.notify(**json.loads(next(line for line in day.splitlines() if "Lunch at" in line)))
+    lunch = json.loads(next(line for line in day.splitlines() if "Lunch at" in line))
+    lunch["actions"][1]["choices"] = []
+    s.notify(**{**lunch, "text": "Photo of <Corner Café> & Co 🍜", "subText": "Hiking friends", "progressMax": 4,
+                "progress": 3})
     s.until(lambda: not s.cleared(), "not shown")
     s.items()
     screen = s.still()
-    box = ImageChops.difference(s.bare, screen).convert("L").point(lambda v: v >= 24 and 255).getbbox()
-    screen.crop(box).quantize(128).save(TOP / f"docs/desktops/{s.name}.png", optimize=True)
+    box = ImageChops.difference(s.bare, screen).convert("L").point(lambda v: v >= 8 and 255).getbbox()
+    box = max(box[0] - 8, 0), max(box[1] - 8, 0), min(box[2] + 8, screen.width), min(box[3] + 8, screen.height)
+    screen.crop(box).quantize(256).save(TOP / f"docs/desktops/{s.name}.png", optimize=True)
 
 
 def judge(s, case):
@@ -196,7 +199,7 @@ def play(s):
     Path("ini").write_text("[Notifications]\nNotifActionInput = true\n")
     s.lumdsim = start(TOP / "build/release/bin/lumdsim", "--desktop", "--json", "--config", "ini", "-",
                       stdin=subprocess.PIPE, stdout=open("events", "w"))
-    results = [(case.__name__, *judge(s, case)) for case in ([picture] if "--pictures" in sys.argv else CASES)]
+    results = [(case.__name__, *judge(s, case)) for case in ([picture] if s.scale > 1 else CASES)]
     s.lumdsim.stdin.close()
     assert s.lumdsim.wait(10) == 0, "lumdsim failed"
     return [cell for _, cell, _ in results], [f"{s.name}: {case}: {fault}" for case, _, fault in results if fault]
@@ -214,11 +217,14 @@ def main():
     if unknown := set(words) - {"all", *SERVERS}:
         print("No such server:", *unknown, file=sys.stderr)
         sys.exit(2)
+    if "--pictures" in sys.argv:
+        Desktop.scale = 2
     if "--alone" in sys.argv:
         return print(json.dumps(keep(words[0], play, 600)))
     names = list(SERVERS) if "all" in words else words or [name for name in SERVERS if SERVERS[name].light]
     if "--packages" in sys.argv:
-        return print(*{package for name in names for package in SERVERS[name].packages + SERVERS[name].needs.split()})
+        pictures = {"picom", "hsetroot", "swaybg"} if Desktop.scale > 1 else set()
+        return print(*pictures.union(*(SERVERS[name].packages + SERVERS[name].needs.split() for name in names)))
     print("| |", *(case.__name__ + " |" for case in CASES), "\n|---|" + ":-:|" * len(CASES))
     faults = []
     with ThreadPoolExecutor(3) as pool:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Drivers of notification servers: they start one, look at its screen and act as its user. No wait is without a bound."""
+"""Drivers of notification servers: they start one, look at its screen and act as its user. Every wait is bounded."""
 import contextlib
 import ctypes
 import html
@@ -31,6 +31,13 @@ BUS = """<busconfig><type>session</type><listen>unix:path={0}/bus</listen><servi
 <policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/></policy>
 </busconfig>"""
 ACTIVATED = "org.a11y.Bus", "org.kde.ActivityManager", "org.gnome.Shell.Notifications"
+WALLPAPER = "#8fa8c9"
+SETTINGS = """[org/{0}/desktop/interface]
+scaling-factor=uint32 {1}
+[org/{0}/desktop/background]
+picture-options='none'
+primary-color='{2}'
+"""
 COLORS = {"face.png": (255, 0, 255), "icon.png": (0, 255, 0)}
 Notified = namedtuple("Notified", "app_name replaces icon summary body actions hints timeout id since")
 
@@ -69,25 +76,33 @@ class Desktop:
 
     needs = "xvfb xdotool at-spi2-core"
     monitor = None
+    scale = 1  # 2 for pictures
+    by_owner = False  # whether to end the process that owns the name, not the one that was started
 
-    def __init__(self, packages, *commands, press="{label}", tap="{title}", dismiss="", light=True, fails=""):
+    def __init__(self, packages, *commands, press="{label}", tap="{title}", dismiss="", light=True, wait=0, fails=""):
         self.packages, self.commands, self.light, self.fails = packages.split(), commands, light, fails.split()
+        self.wait = wait  # for what it shows while it starts
         self.acts = {"press": press, "tap": tap, "dismiss": dismiss}  # the text to click at
         self.messages = []
 
     def display(self):
-        with open("display", "w") as number:
-            start("Xvfb", "-displayfd", str(number.fileno()), "-screen", "0", "800x600x24", "-nolisten", "tcp",
-                  pass_fds=[number.fileno()])
-        os.environ["DISPLAY"] = ":" + self.line("display")
+        number = 1000 + os.getpid() % 50000  # two servers that look for a free one may find the same
+        os.environ["DISPLAY"] = f":{number}"
+        start("Xvfb", f":{number}", "-screen", "0", "%dx%dx24" % self.size(), "-dpi", str(96 * self.scale),
+              "-nolisten", "tcp")
+        self.until(lambda: os.path.exists(f"/tmp/.X11-unix/X{number}"), "no display")
+        if self.scale > 1:
+            start("picom", "--backend", "xrender")
 
-    def line(self, file):
-        """The line that a starting program writes to a file."""
-        return self.until(lambda: os.path.exists(file) and Path(file).read_text().strip(), f"no {file}")
+    def size(self):
+        return 800 * self.scale, 600 * self.scale
 
     def connect(self):
         self.display()
         os.mkdir("services")
+        os.makedirs("glib-2.0/settings")
+        Path("glib-2.0/settings/keyfile").write_text(
+            "".join(SETTINGS.format(name, self.scale, WALLPAPER) for name in ("gnome", "cinnamon")))
         os.mkdir("gtk-3.0")
         Path("gtk-3.0/settings.ini").write_text("[Settings]\ngtk-enable-animations=0\n")
         for service in ACTIVATED:
@@ -106,33 +121,38 @@ class Desktop:
 
     def serve(self):
         for command in self.commands:
-            self.server = start("sh", "-c", command if "exec " in command else "exec " + command)
+            self.server = start("sh", "-c", "exec " + command)
         self.until(lambda: self.served() and self.ready(), "does not start", 30)
         self.point(0, 300)
+        if self.scale > 1:
+            self.decorate()
         self.bare = self.still()
 
+    def decorate(self):
+        run("hsetroot", "-solid", WALLPAPER)
+
     def ready(self):
+        self.listen(self.wait)
         return True
 
-    def served(self):
-        return Proxy(message_bus, self.bus, timeout=5).NameHasOwner(NAME)[0]
+    def ask(self, method, *arguments):
+        return getattr(Proxy(message_bus, self.bus, timeout=5), method)(*arguments)
 
-    def process(self):
-        return self.server.pid
+    def served(self):
+        return self.ask("NameHasOwner", NAME)[0]
 
     def restart(self):
         self.listen(0.3)  # what is under way would fail
-        for end in signal.SIGTERM, signal.SIGKILL:
-            if self.served():
-                os.kill(self.process(), end)
-                with contextlib.suppress(AssertionError):
-                    self.until(lambda: not self.served(), "", 5)
+        if self.served():
+            process = self.ask("GetConnectionUnixProcessID", NAME)[0] if self.by_owner else self.server.pid
+            os.kill(process, signal.SIGTERM)
+            self.until(lambda: not self.served(), "does not end")
         self.serve()
 
     # --- What goes over the bus, and what the host is told
 
-    def call(self, member, *arguments, path="/org/freedesktop/Notifications", name=NAME):
-        message = new_method_call(DBusAddress(path, name, name), member, *arguments)
+    def call(self, member, *arguments, path="/org/freedesktop/Notifications", name=NAME, interface=None):
+        message = new_method_call(DBusAddress(path, name, interface or name), member, *arguments)
         return self.bus.send_and_get_reply(message, timeout=5).body
 
     def listen(self, seconds=0.05):
@@ -216,7 +236,6 @@ class Desktop:
                 with contextlib.suppress(GLib.Error):  # some have just gone
                     child = node.get_child_at_index(i)
                     if (child and child.get_role() in (Atspi.Role.LABEL, Atspi.Role.PUSH_BUTTON, Atspi.Role.TEXT)
-                            and child.get_state_set().contains(Atspi.StateType.SHOWING)
                             and child.get_extents(Atspi.CoordType.SCREEN).width > 0):
                         yield child.get_name() or Atspi.Text.get_text(child, 0, -1), child
                     yield from collect(child) if child else ()
@@ -231,9 +250,6 @@ class Desktop:
         sent = self.notified()[-1]
         body = html.unescape(sent.body) if "body-markup" in self.capabilities else sent.body
         return [(text, None) for text in (sent.summary, body, *sent.actions[1::2])]
-
-    def titles(self):
-        return self.items()
 
     def shows(self, *texts):
         shown = [text for text, _ in self.items()]
@@ -313,9 +329,11 @@ class Sway(Desktop):
 
     def display(self):
         os.environ.update(WLR_BACKENDS="headless", WLR_LIBINPUT_NO_DEVICES="1", WLR_RENDERER="pixman")
-        Path("sway").write_text("output * resolution 800x600\nexec echo $WAYLAND_DISPLAY >up\n")
+        Path("sway").write_text("output * resolution %dx%d scale %d bg %s solid_color\nexec echo $WAYLAND_DISPLAY >up\n"
+                                % (*self.size(), self.scale, WALLPAPER))
         start("sway", "-c", "sway")
-        os.environ["WAYLAND_DISPLAY"] = self.line("up")
+        self.until(lambda: os.path.exists("up") and Path("up").read_text(), "no display")
+        os.environ["WAYLAND_DISPLAY"] = Path("up").read_text().strip()
 
     def screenshot(self):
         return Image.open(io.BytesIO(run("grim", "-"))).convert("RGB")
@@ -329,15 +347,30 @@ class Sway(Desktop):
     def point(self, x, y):
         """There is no pointer."""
 
+    def decorate(self):
+        """The compositor has drawn it."""
+
 
 class Mako(Sway):
     items, perform = Desktop.latest, Dunst.perform
 
 
+class Kde(Desktop):
+    def decorate(self):
+        self.call("evaluateScript", "s", ("""desktops().forEach(desktop => {
+            desktop.wallpaperPlugin = 'org.kde.color';
+            desktop.currentConfigGroup = ['Wallpaper', 'org.kde.color', 'General'];
+            desktop.writeConfig('Color', '%s') })""" % WALLPAPER,), path="/PlasmaShell", name="org.kde.plasmashell",
+                  interface="org.kde.PlasmaShell")
+
+
 class Gnome(Desktop):
+    decorate = Sway.decorate
+
     needs = "at-spi2-core gjs"
 
     def display(self):
+        os.environ["SIZE"] = "%dx%d" % self.size()
         os.mkdir("gnome-shell")
         Path("gnome-shell/lock-warning-shown").touch()
 
@@ -355,11 +388,8 @@ class Gnome(Desktop):
         return Image.open("screen.png").convert("RGB")
 
     def items(self):
-        self.point(400, 60)  # which unfolds it
-        return super().items()
-
-    def titles(self):
-        self.point(0, 300)  # so that others get their turn
+        self.point(0, 300)  # an idle user gets no further ones
+        self.script("imports.ui.main.messageTray._expandBanner(true); global.stage.set_key_focus(null)")
         return super().items()
 
     def point(self, x, y, click=False):
@@ -379,11 +409,13 @@ class Phosh(Desktop):
     def display(self):
         super().display()
         os.environ.update(WLR_BACKENDS="x11", WLR_RENDERER="pixman")
-        Path("phoc.ini").write_text("[core]\nxwayland=false\n[output:X11-1]\nmode=800x600\nscale=1\n")
+        Path("phoc.ini").write_text("[core]\nxwayland=false\n[output:X11-1]\nmode=%dx%d\nscale=%d\n"
+                                % (*self.size(), self.scale))
 
     def perform(self, text):
         if not text:  # swipes it away
-            run("xdotool", "mousemove", 260, 110, "mousedown", 1, *["mousemove_relative", 40, 0, "sleep", 0.05] * 6, "mouseup", 1)
+            run("xdotool", "mousemove", 230, 110, "sleep", 0.3, "mousedown", 1,
+                *["mousemove_relative", 40, 0, "sleep", 0.1] * 9, "mouseup", 1)
         super().perform(text or "no such")
 
     def click(self, item):
@@ -395,17 +427,17 @@ class Phosh(Desktop):
 class Ukui(Desktop):
     """Ends with its last pop-up, and is started by the bus."""
 
+    by_owner = True
+
     def serve(self):
         os.makedirs(".config", exist_ok=True)
         shutil.copy("/usr/share/dbus-1/services/org.ukui.freedesktop.Notification.service", "services")
-        Proxy(message_bus, self.bus, timeout=5).ReloadConfig()
-        Proxy(message_bus, self.bus, timeout=5).StartServiceByName(NAME)
+        self.ask("ReloadConfig")
+        self.ask("StartServiceByName", NAME)
         super().serve()
 
-    def process(self):
-        return Proxy(message_bus, self.bus, timeout=5).GetConnectionUnixProcessID(NAME)[0]
-
     def host(self, **event):
+        self.listen(1)  # until it has ended, if it was about to
         self.until(lambda: len(self.call("GetServerInformation")) == 4, "does not start")
         super().host(**event)
 
@@ -422,25 +454,17 @@ class Pixels(Desktop):
 
 
 class Cinnamon(Desktop):
-    def ready(self):
-        self.listen(5)  # until its panel is there
-        return True
-
     def perform(self, text):
         (super().perform if text else lambda x: Pixels.perform(self, x))(text)
 
 
 class Enlightenment(Pixels):
+    by_owner = True
+
     def display(self):
         super().display()
         shutil.copytree("/usr/share/enlightenment/data/config/standard", ".e/e/config/standard")
         os.environ["E_CONF_PROFILE"] = "standard"
-
-    process = Ukui.process
-
-    def ready(self):
-        self.listen(8)  # until its greeting is over
-        return True
 
 
 # The option "fails" names cases that a server fails by its own fault. It is an error too when one of these passes.
@@ -455,14 +479,16 @@ SERVERS = {
     "mako": Mako("mako-notifier", "mako", press="makoctl invoke -n {id} '{key}'", tap="makoctl invoke -n {id}",
                  dismiss="makoctl dismiss -n {id}"),
     "swaync": Sway("sway-notification-center", "swaync"),
-    "ukui": Ukui("ukui-notification-daemon", tap="Lunch", fails="text headline dismissed progress stays"),
+    "ukui": Ukui("ukui-notification-daemon", tap="Lunch", fails="text dismissed progress stays"),
     "notify-osd": Pixels("notify-osd picom", "picom", "/usr/lib/*/notify-osd", fails="dismissed removed"),
-    "budgie": Desktop("budgie-core openbox", "openbox", "XDG_CURRENT_DESKTOP=Budgie:GNOME exec budgie-daemon", dismiss="Close"),
-    "enlightenment": Enlightenment("enlightenment", "enlightenment_start"),
+    "budgie": Desktop("budgie-core openbox", "openbox", "env XDG_CURRENT_DESKTOP=Budgie:GNOME budgie-daemon",
+                      dismiss="Close"),
+    "enlightenment": Enlightenment("enlightenment", "enlightenment_start", light=False, wait=8),
     "phosh": Phosh("phosh phoc", "phoc -C phoc.ini -E '/usr/libexec/phosh -U'", light=False),
-    "cinnamon": Cinnamon("cinnamon", "cinnamon", light=False),
-    "kde": Desktop("plasma-workspace plasma-desktop openbox", "openbox", "plasmashell --no-respawn", dismiss="Close", light=False),
-    "gnome": Gnome("gnome-shell", "gnome-shell --headless --virtual-monitor 800x600 --no-x11 --unsafe-mode", light=False),
+    "cinnamon": Cinnamon("cinnamon", "cinnamon", light=False, wait=5),
+    "kde": Kde("plasma-workspace plasma-desktop openbox", "openbox", "plasmashell --no-respawn", dismiss="Close",
+               light=False),
+    "gnome": Gnome("gnome-shell", "gnome-shell --headless --virtual-monitor $SIZE --no-x11 --unsafe-mode", light=False),
 }
 
 
@@ -484,8 +510,10 @@ def play(name, work, report):
         os.environ.pop(variable, None)
     for variable in ("HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR", "TMPDIR"):
         os.environ[variable] = home
-    os.environ.update(GSETTINGS_BACKEND="memory", QT_ACCESSIBILITY="1", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+    os.environ.update(GSETTINGS_BACKEND="keyfile", QT_ACCESSIBILITY="1", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
                       QT_QUICK_BACKEND="software")
+    if SERVERS[name].scale > 1:
+        os.environ.update(GDK_SCALE="2", QT_SCALE_FACTOR="2", QT_FONT_DPI="96", PLASMA_USE_QT_SCALING="1", ELM_SCALE="2")
     desktop = SERVERS[name]
     desktop.name = name
     try:
