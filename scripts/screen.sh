@@ -2,7 +2,8 @@
 # A few notifications of the day in examples/, on the desktop of a session or on one made for the picture.
 # shellcheck shell=bash disable=SC2030,SC2031,SC2034
 
-screen_packages=(dbus-daemon dbus-bin dunst xvfb xdotool imagemagick fonts-noto-core fonts-noto-color-emoji adwaita-icon-theme)
+screen_packages=(dbus-daemon dbus-bin dunst xvfb picom hsetroot xdotool imagemagick fonts-noto-core
+    fonts-noto-color-emoji adwaita-icon-theme)
 
 desktop_there() {
     [[ -n ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]] && dbus-send --session --print-reply \
@@ -38,7 +39,9 @@ picture() ( # FILE PLAYER
     DISPLAY=:$(<"$scratch/display")
     DBUS_SESSION_BUS_ADDRESS=$(<"$scratch/bus")
     export DISPLAY DBUS_SESSION_BUS_ADDRESS
-    dunst -conf examples/dunstrc 2>"$scratch/log" &
+    hsetroot -solid '#8fa8c9'
+    picom --backend xrender >"$scratch/log" 2>&1 & # for smooth corners
+    dunst -conf examples/dunstrc 2>>"$scratch/log" &
     soon dunstctl count displayed >/dev/null
     mkfifo "$scratch/end"
     "$2" <"$scratch/end" >/dev/null &
@@ -46,11 +49,8 @@ picture() ( # FILE PLAYER
     soon four_displayed
     soon unchanged_screen
     eval "$(xdotool search --onlyvisible --class dunst getwindowgeometry --shell)"
-    # A wallpaper fills the space between the notifications: dunst cuts them out of the screen.
     convert "$scratch/screen.png" -crop "$((WIDTH + 96))x$((HEIGHT + 96))+$((X - 48))+$((Y - 48))" +repage \
-        -alpha set -fill none -draw 'matte 0,0 floodfill' \
-        \( -clone 0 -alpha off -sparse-color bilinear "0,0 #a9c6cf %w,0 #8fa8c9 0,%h #7c93b8 %w,%h #5b6690" \) \
-        +swap -composite -depth 8 -strip "$1"
+        -colors 256 -strip "$1"
 )
 
 soon() { # COMMAND...

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Turns bytes into the calls of a host and a user, or into a script: FUZZ_TARGET in the environment names which.
 #include "tests/fixture.h"
+#include "tools/lumd-adb/dumpreader.h"
 #include "tools/lumdsim/script.h"
+
+#include <QtCore/QJsonDocument>
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -80,6 +83,20 @@ void fuzzScript(Input &input)
     }
 }
 
+/// A script can be made of each notification, and adds it.
+void fuzzDump(Input &input)
+{
+    const std::string dump = input.ConsumeRemainingBytesAsString();
+    DumpReader reader(dump);
+    QString error;
+    require(reader.read(&error) == error.isEmpty(), "an error without a message, or a message without an error");
+    for (const PhoneNotification &notification : reader.notifications()) {
+        Event event;
+        require(readEvent(QJsonDocument(notification.scriptLine()).toJson(QJsonDocument::Compact), {}, &event, &error),
+                "a notification that no script can add");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -88,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const QCoreApplication application(argc, nullptr);
     static const QByteArray target = qgetenv("FUZZ_TARGET");
     Input input(data, size);
-    (target == "host" ? fuzzHost : fuzzScript)(input);
+    (target == "host" ? fuzzHost : target == "dump" ? fuzzDump : fuzzScript)(input);
     require(lumd::takeFindings().empty() && lumd::liveRecords() == 0, "host records are misused, or leak");
     return 0;
 }
