@@ -77,7 +77,7 @@ void DumpReader::readHead()
 void DumpReader::readField()
 {
     if (m_indentation == m_fields) {
-        m_isPublic = startsWith(m_line, "publicNotification=");
+        m_isPublic = m_line == "publicNotification=";
     }
     const size_t equals = m_line.find('=');
     if (m_line == "extras={") {
