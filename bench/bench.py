@@ -172,7 +172,7 @@ def print_sizes():
     line("KiB")
     line("kavrel.so, stripped", f"{counts.stripped_size() / 1024:.1f}")
     line("its private memory once loaded", f"{library / 1024:.1f}")
-    line("what loading adds to the process", f"{(loaded - before) / 1024:.1f}")
+    line("added to the process by loading", f"{(loaded - before) / 1024:.1f}")
     line("one live notification", f"{each:.2f}", value=each, limit=6)
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The processes that are measured, and the tools that count what they do."""
+"""The processes that are measured, and the tools that count their work."""
 import os
 import re
 import shutil
@@ -15,7 +15,7 @@ class Side:
     """A client of a notification server: our server, at the other end of a peer connection, or whoever is on the bus."""
 
     programs = ""  # the folder where they are
-    tool = ()  # what counts
+    tool = ()  # a counting tool, and its arguments
 
     def __init__(self, kind, live=None, on_bus=False):
         self.folder = tempfile.mkdtemp(prefix="kavrel-bench-")
@@ -25,8 +25,8 @@ class Side:
         arguments = [kind]
         if not on_bus:
             server = self.start("kavrel-bench-server", address)
-            arguments.append(f"/dev/fd/{server.stdin.fileno()}")  # there it reads what the user does
-        if kind == "bare":  # it sends what the plug-in does, and learns from the server what that is
+            arguments.append(f"/dev/fd/{server.stdin.fileno()}")  # it reads the user's acts there
+        if kind == "bare":  # it sends the plug-in's notifications, as the server got them
             self.process = self.start("kavrel-bench-side", "plugin")
             self.run("fill", 1)
             print("content", file=server.stdin, flush=True)
@@ -54,7 +54,7 @@ class Side:
         return answer
 
     def run(self, operation, count=1):
-        """What one of `count` took."""
+        """The cost of one of `count`."""
         return Took(*map(float, self.ask(operation, count).split()))
 
     def wakeups(self):
@@ -74,7 +74,7 @@ class Side:
         return size
 
     def end(self):
-        """Ends it without further ado: what it leaves is thrown away."""
+        """Kills it: everything that it leaves behind is temporary."""
         for process in self.processes:
             process.kill()
             process.wait()
@@ -87,19 +87,19 @@ class CountedProcess(Side):
     tool = ("valgrind", "-q", "--tool=callgrind", "--callgrind-out-file={}/count", "--instr-atstart=no")
 
     def dumps(self, operation, count):
-        """What is written while `count` run, after as many that warm up."""
+        """The files written while `count` run, after as many that warm up."""
         self.run(operation, count)
         before = set(os.listdir(self.folder))
         self.run(operation, count)
         return [f"{self.folder}/{name}" for name in set(os.listdir(self.folder)) - before if name.startswith("count.")]
 
     def instructions(self, operation, count, times=3):
-        """Of one of `count`. The least of several times: a busy machine only adds some."""
+        """The instructions of one of `count`: the least of several times, since a busy machine only adds some."""
         return min(sum(int(re.search(r"^totals: (\d+)", open(name).read(), re.MULTILINE)[1])
                        for name in self.dumps(operation, count)) for _ in range(times)) / count
 
     def inclusive(self, operation, count, functions):
-        """Of one of `count`, those of each function with all that it calls."""
+        """The instructions of one of `count` in each function, with all functions that it calls."""
         output = subprocess.run(["callgrind_annotate", "--inclusive=yes", "--threshold=100",
                                  *self.dumps(operation, count)], check=True, stdout=subprocess.PIPE,
                                 stderr=subprocess.DEVNULL, text=True).stdout
@@ -109,7 +109,7 @@ class CountedProcess(Side):
 
 
 class Counted(CountedProcess):
-    """Counts those of the thread that shows notifications."""
+    """Counts the instructions of the notifying thread."""
 
     tool = (*CountedProcess.tool, "--separate-threads=yes")
 
@@ -120,8 +120,8 @@ class Traced(Side):
     tool = ("strace", "-f", "-s", "0", "-o", "{}/calls")
 
     def calls(self, operation, count, times=5):
-        """Of one of `count`: those of all threads; those of the thread that shows notifications, but for locks, which
-        it sometimes finds taken; and the bytes sent. The least of several times."""
+        """The calls of one of `count`, in all threads and in the notifying one; there without locks, which are taken at
+        random. Also the bytes sent. The least of several times."""
         path = f"{self.folder}/calls"
         seen = []
         for _ in range(times):

@@ -14,14 +14,14 @@
 
 #include <functional>
 
-/// What a test starts from: a host with the real plug-in loaded, and a real notification server in a thread of
-/// its own at the other end of a real peer connection. Everything is private to the test and ends with it;
-/// misuse of host records and leaked records fail the test. The server's identifiers begin with 1.
+/// A host with the real plug-in loaded, and a real notification server in a thread of its own at the other end of a
+/// real peer connection. Everything is private to the test and ends with it. Misused and leaked host records fail the
+/// test. The server's identifiers begin with 1.
 class Fixture
 {
 public:
-    /// `config` is INI text, empty for a host without a configuration; `address`, if not null, stands in the
-    /// environment instead of the server's.
+    /// `config` is INI text, empty for a host without a configuration. `address`, if not null, replaces the server's in
+    /// the environment.
     explicit Fixture(const std::string &config = {}, const char *address = nullptr);
     ~Fixture();
     void load() { QCOMPARE(m_plugin.load(host.get()), 0); }
@@ -35,17 +35,17 @@ public:
         m_server->run(work);
         settle();
     }
-    /// Returns when all that was sent has arrived and all that has arrived is handled; timers do not fire.
+    /// Returns when all calls have arrived and all arrivals are handled. Timers do not fire.
     void settle() { ::settle(QDBusConnection("peerconnection")); }
 
-    /// What has happened since the last call: what the plug-in logged ("warning: text"), what the host was told ("told:
-    /// removed KEY", "told: action KEY TITLE|IDENTIFIER"), and what the server showed ("shown ID", "replaced ID").
+    /// Returns the events since the last call: lines of the log ("warning: text"), reports to the host ("told: removed
+    /// KEY", "told: action KEY TITLE|IDENTIFIER"), and notifications on the server ("shown ID", "replaced ID").
     QStringList happened()
     {
         settle();
         return std::exchange(events, {});
     }
-    /// What is on the desktop now.
+    /// Returns the notifications on the desktop.
     QList<DesktopNotification> desktop()
     {
         QList<DesktopNotification> list;

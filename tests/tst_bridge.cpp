@@ -17,13 +17,13 @@ Q_DECL_EXPORT void Notification::close()
 
 static const Fields withTap = {{n::clearable, true}, {n::actions, list({{{field::action::title, "default"}}})}};
 
-/// Loading and unloading, and what comes back from the desktop.
+/// Loading and unloading, and the events that come back from the desktop.
 class BridgeTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// What is fixed by the host. Everything else goes by the names.
+    /// The host fixes these numbers and names. All other tests use the names of the code.
     void interface()
     {
         using namespace field;
@@ -55,7 +55,7 @@ private Q_SLOTS:
         fixture.unload();
         QVERIFY(!fixture.host->callbacks);
         QVERIFY(fixture.desktop().isEmpty());
-        fixture.onServer([&hints](Server &server) { // what an earlier run left, and another program's
+        fixture.onServer([&hints](Server &server) { // left by an earlier run, and by another program
             server.Notify({}, 0, {}, "mine", {}, {}, hints, -1);
             hints.insert("x-vorn-owner", "someone");
             server.Notify({}, 0, {}, "another's", {}, {}, hints, -1);
@@ -67,7 +67,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.happened().filter("told"), QStringList());
     }
 
-    /// Whatever address the environment names, loading succeeds, and adding goes on.
+    /// Loading and adding succeed with any address in the environment.
     void address()
     {
         const QString failed = "failed\ncritical: Could not set p2p dbus connection";
@@ -95,7 +95,7 @@ private Q_SLOTS:
         }
     }
 
-    /// Such a notification is shown, but the host is not told of what happens to it; it is shown anew then.
+    /// A notification without a key is shown, but nothing about it is reported to the host. The next one is a new one.
     void emptyKey()
     {
         Fixture fixture;
@@ -110,7 +110,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.only()["id"], 2U);
     }
 
-    /// The host is told once of what the user closed, and not at all of what it removed itself.
+    /// The host is told once of each dismissal, and of no removal that it asked for.
     void closed()
     {
         Fixture fixture;
@@ -130,7 +130,7 @@ private Q_SLOTS:
         for (const char *const key : {"un\"known", (const char *)nullptr, "l"}) {
             fixture.host->remove(key);
         }
-        QTRY_COMPARE(fixture.only()["x-vorn-origin-key"], "k"); // which the server did not really close
+        QTRY_COMPARE(fixture.only()["x-vorn-origin-key"], "k"); // the server did not really close it
         QCOMPARE(told, QStringList{"k"});
         QCOMPARE(fixture.happened(), (QStringList{"debug: plugin removeNotification key: \"un\\\"known\"",
                                                   "debug: plugin removeNotification key: \"\"",

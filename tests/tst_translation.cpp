@@ -17,7 +17,7 @@ const QVariant normal = QVariant::fromValue<uchar>(1);
 const QVariant critical = QVariant::fromValue<uchar>(2);
 
 // clang-format off
-/// What all notifications have in common, and what each kind has.
+/// The properties of all notifications, and of each kind.
 const QVariantMap bare = {
     {"id", 1U}, {"appName", ""}, {"appIcon", ""}, {"summary", ""}, {"body", ""}, {"urgency", normal},
     {"x-vorn-owner", "tst_translation"}};
@@ -30,7 +30,7 @@ const QVariantMap optimising = {
     {"appIcon", "icon-s-android"}, {"appName", "Orvix"}, {"resident", true}, {"x-vorn-user-removable", false}};
 // clang-format on
 
-/// `look` but for `differences`, of which the invalid ones are missing.
+/// Returns `look` with the `differences` applied; an invalid one removes its property.
 QVariantMap with(QVariantMap look, const QVariantMap &differences)
 {
     look.insert(differences);
@@ -40,7 +40,7 @@ QVariantMap with(QVariantMap look, const QVariantMap &differences)
     return look;
 }
 
-/// What the host does, and how the notification that comes of it looks where nothing else is said.
+/// A call of the host, and the properties of its notification, if they differ from the usual ones.
 struct Deed {
     std::function<void(const Fixture &)> happen;
     QVariantMap look;
@@ -61,7 +61,7 @@ Deed optimise(const char *summary, const char *body, double progress)
 
 } // namespace
 
-/// What the host's notifications and messages look like when they reach the desktop, first and again.
+/// The look of the host's notifications and messages on the desktop, at first and after an update.
 class TranslationTest : public QObject
 {
     Q_OBJECT
@@ -195,7 +195,7 @@ private Q_SLOTS:
         QCOMPARE(QJsonDocument::fromJson(shown).array(), QJsonArray::fromVariantList(calls));
     }
 
-    /// Only what can be seen makes a difference, and the new version takes the place of the old one.
+    /// Only visible changes count, and the new version takes the place of the old one.
     void updates()
     {
         Fixture fixture;
