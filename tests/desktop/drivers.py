@@ -48,7 +48,7 @@ class Overdue(Exception):
 
 @contextlib.contextmanager
 def within(seconds):
-    """Interrupts the block after so long, whatever it waits for."""
+    """Interrupts the block after so many seconds."""
     def interrupt(*_):
         raise Overdue(f"takes longer than {seconds} s")
 
@@ -65,7 +65,7 @@ def start(*command, **options):
 
 
 def run(*command):
-    with tempfile.TemporaryFile() as output:  # a pipe would stay open in whatever the command leaves behind
+    with tempfile.TemporaryFile() as output:  # a pipe would stay open in processes that the command leaves behind
         subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=output, timeout=10)
         output.seek(0)
         return output.read()
@@ -81,7 +81,7 @@ class Desktop:
 
     def __init__(self, packages, *commands, press="{label}", tap="{title}", dismiss="", light=True, wait=0, fails=""):
         self.packages, self.commands, self.light, self.fails = packages.split(), commands, light, fails.split()
-        self.wait = wait  # for what it shows while it starts
+        self.wait = wait  # until its own first windows are gone
         self.acts = {"press": press, "tap": tap, "dismiss": dismiss}  # the text to click at
         self.messages = []
 
@@ -142,21 +142,21 @@ class Desktop:
         return self.ask("NameHasOwner", NAME)[0]
 
     def restart(self):
-        self.listen(0.3)  # what is under way would fail
+        self.listen(0.3)  # calls under way would fail
         if self.served():
             process = self.ask("GetConnectionUnixProcessID", NAME)[0] if self.by_owner else self.server.pid
             os.kill(process, signal.SIGTERM)
             self.until(lambda: not self.served(), "does not end")
         self.serve()
 
-    # --- What goes over the bus, and what the host is told
+    # --- The calls and signals on the bus, and the reports to the host
 
     def call(self, member, *arguments, path="/org/freedesktop/Notifications", name=NAME, interface=None):
         message = new_method_call(DBusAddress(path, name, interface or name), member, *arguments)
         return self.bus.send_and_get_reply(message, timeout=5).body
 
     def listen(self, seconds=0.05):
-        """Takes in what goes over the bus until nothing does for so long, or too much."""
+        """Reads from the bus until it is quiet for so long, or for 2 s more at most."""
         if not self.monitor:
             return time.sleep(seconds)
         deadline = time.monotonic() + seconds + 2
@@ -195,7 +195,7 @@ class Desktop:
         self.lumdsim.stdin.flush()
 
     def notify(self, **event):
-        """Has the host do something, and gives what it notifies of."""
+        """Plays an event of the host, and returns its Notify call."""
         before = len(self.notified())
         self.host(**event)
         return self.until(lambda: self.notified()[before:], "no Notify")[0]
@@ -205,7 +205,7 @@ class Desktop:
             told = [json.loads(line) for line in lines if line.endswith("\n")]
         return [each for each in told if {**event, "key": self.key}.items() <= each.items()]
 
-    # --- What is on the screen, and what the user does there
+    # --- The screen, and the user's acts there
 
     def screenshot(self):
         return ImageGrab.grab(xdisplay=os.environ["DISPLAY"])
@@ -215,7 +215,7 @@ class Desktop:
                          if all(a > 140 if b else a < 60 for a, b in zip(color, COLORS[picture])))
 
     def changed(self, before):
-        """How many pixels are not what they were."""
+        """The number of changed pixels."""
         return sum(ImageChops.difference(before, self.screenshot()).convert("L").histogram()[24:])
 
     def still(self):
@@ -443,7 +443,7 @@ class Ukui(Desktop):
 
 
 class Pixels(Desktop):
-    """Cannot be read: what is clicked at lies so many pixels from a corner."""
+    """A server that cannot be read: places to click at are so many pixels from a corner."""
 
     items = Desktop.latest
 
@@ -526,7 +526,7 @@ def play(name, work, report):
 def keep(name, work, seconds):
     """Has a child play for so long at most, and leaves no process and no file of it."""
     libc.prctl(1, signal.SIGTERM)  # ends with its parent
-    libc.prctl(36, 1)  # inherits what its descendants leave
+    libc.prctl(36, 1)  # inherits the processes that its descendants leave
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as home:
         os.chdir(home)

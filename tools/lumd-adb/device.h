@@ -53,6 +53,6 @@ private:
     QProcess m_log;
     QProcess m_question;
     QTimer m_pause;       ///< before the next question
-    QTimer m_retry;       ///< of what has ended by itself
+    QTimer m_retry;       ///< starts ended processes again
     bool m_again = false; ///< something may have changed since the question
 };

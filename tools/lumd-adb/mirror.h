@@ -15,7 +15,7 @@ class Mirror
 public:
     explicit Mirror(lumd::Host *host);
 
-    /// Shows what is new or has changed, and removes what is not in the list. The first list makes no sound.
+    /// Shows new and changed notifications, and removes those that are not in the list. The first list makes no sound.
     void show(const std::vector<PhoneNotification> &notifications);
     /// Removes all until the next list, which makes no sound.
     void removeAll();
