@@ -13,7 +13,7 @@ struct Row {
 constexpr Row servers[] = {
     {"lxqt-notificationd", nullptr, Capabilities::OldImagePath}, // and no picture where both names are given
     {"naughty", nullptr, Capabilities::OnePicture | Capabilities::LoneMarkup}, // of the window manager awesome
-    {"notify-osd", nullptr, Capabilities::OnePicture | Capabilities::TitleMarkup},
+    {"notify-osd", nullptr, Capabilities::OnePicture},
     {"1.0", "ukui-Notifications", Capabilities::OnePicture | Capabilities::TitleMarkup},
     {"Budgie Notification Server", nullptr, Capabilities::IconUri | Capabilities::LoneMarkup},
     {"e17", "enlightenment.org", Capabilities::LowReasons},
