@@ -21,6 +21,9 @@ struct DesktopNotification {
     QStringList actions; ///< name and text in turn
     QVariantMap hints;
     int expireTimeout = -1; ///< milliseconds; -1 the server's choice, 0 never
+
+    /// The Android key; empty for a notification without one.
+    QString key() const { return hints.value(protocol::hint::originKey()).toString(); }
 };
 /// The Android key of each notification, by identifier.
 using NotificationKeys = QMap<uint, QString>;

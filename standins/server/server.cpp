@@ -135,7 +135,7 @@ NotificationKeys Server::GetNotifications(const QString &owner) const
     for (const Entry &entry : m_entries) {
         const QVariantMap &hints = entry.notification.hints;
         if (!owner.isEmpty() && hints.value(protocol::hint::owner()).toString() == owner) {
-            keys.insert(entry.notification.id, hints.value(protocol::hint::originKey()).toString());
+            keys.insert(entry.notification.id, entry.notification.key());
         }
     }
     return keys;
@@ -193,7 +193,9 @@ bool Server::dismiss(uint id, QString *error)
         return false;
     }
     if (!entry->notification.hints.value(hint::userRemovable(), true).toBool()) {
-        return fail(error, QStringLiteral("Notification %1 can't be dismissed").arg(id));
+        return fail(
+            error,
+            QStringLiteral("The notification with the key \"%1\" can't be dismissed").arg(entry->notification.key()));
     }
     close(id, protocol::Dismissed);
     return true;
