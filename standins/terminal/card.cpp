@@ -109,10 +109,12 @@ QString renderShown(const DesktopNotification &notification, bool replaced)
     const QString edge = styled(QStringLiteral("┃ "), edgeStyle);
     const int inner = std::max(columns() - 2, 20);
 
-    QString card;
+    QStringList card;
     const auto add = [&](const QStringList &lines, Style style) {
         for (const QString &line : lines) {
-            card += line.isEmpty() ? QString() : edge + styled(line, style) + QLatin1Char('\n');
+            if (!line.isEmpty()) {
+                card.append(edge + styled(line, style));
+            }
         }
     };
     const QString mark = replaced ? QStringLiteral("↻ ") : QStringLiteral("● ");
@@ -122,12 +124,12 @@ QString renderShown(const DesktopNotification &notification, bool replaced)
     add({progressBar(notification.hints)}, Style::Green);
     add(flowed(buttons(notification), QStringLiteral(" "), inner), Style::Yellow);
     add(flowed(marks(notification), QStringLiteral(" · "), inner), Style::Dim);
-    return card;
+    return card.join(QLatin1Char('\n'));
 }
 
 QString renderClosed(const DesktopNotification &notification, uint reason)
 {
     static const char *const reasons[] = {"gone", "expired", "dismissed", "closed"};
     const QString why = QLatin1String(reasons[reason < 4 ? reason : 0]);
-    return styled(QStringLiteral("✕ %1: %2").arg(why, printable(notification.summary)), Style::Dim) + QLatin1Char('\n');
+    return styled(QStringLiteral("✕ %1: %2").arg(why, printable(notification.summary)), Style::Dim);
 }

@@ -5,18 +5,16 @@
 
 #include <QtCore/QCoreApplication>
 
-QDBusMessage serverInformation(const QDBusConnection &client, int timeoutMs)
+bool settle(const QDBusConnection &client, QString *error)
 {
     const QDBusMessage question =
         QDBusMessage::createMethodCall(protocol::callee(client, protocol::service()), protocol::objectPath(),
-                                       protocol::service(), QStringLiteral("GetServerInformation"));
-    return client.call(question, QDBus::Block, timeoutMs);
-}
-
-bool settle(const QDBusConnection &client, int timeoutMs)
-{
-    const QDBusMessage answer = serverInformation(client, timeoutMs);
+                                       protocol::service(), "GetServerInformation");
+    const QDBusMessage answer = client.call(question, QDBus::Block, 5000);
     QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    if (error) {
+        *error = answer.errorMessage();
+    }
     return answer.type() == QDBusMessage::ReplyMessage;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/hostconfig.h"
 
-#include "tools/lumdsim/status.h"
+#include "tools/lumdsim/output.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QProcess>
@@ -13,11 +13,11 @@ namespace
 QString commandWarning(const QString &command)
 {
     const QString program = QProcess::splitCommand(command).value(0);
-    if (program.contains(QLatin1Char('/')) && QDir::isRelativePath(program)) {
-        return QStringLiteral("\"%1\" is relative to the folder that the host is started in").arg(program);
+    if (program.contains('/') && QDir::isRelativePath(program)) {
+        return QString("\"%1\" is relative to the folder that the host is started in").arg(program);
     }
     const bool missing = !program.isEmpty() && QStandardPaths::findExecutable(program).isEmpty();
-    return missing ? QStringLiteral("there is no program \"%1\"").arg(program) : QString();
+    return missing ? QString("there is no program \"%1\"").arg(program) : QString();
 }
 
 /// Empty for an entry of the plug-in's section that it can use.
@@ -27,11 +27,11 @@ QString entryWarning(const std::string &key, const QString &value)
         return commandWarning(value);
     }
     if (key == "NotifActionInput") {
-        const QStringList words = QStringLiteral("1 true yes on 0 false no off").split(QLatin1Char(' '));
+        const QStringList words = QString("1 true yes on 0 false no off").split(' ');
         const bool known = words.contains(value, Qt::CaseInsensitive);
-        return known ? QString() : QStringLiteral("\"%1\" is not true or false, and read as false").arg(value);
+        return known ? QString() : QString("\"%1\" is not true or false, and read as false").arg(value);
     }
-    return QStringLiteral("there is no such key, only NotifActionInput and NotifAlertCommand");
+    return "there is no such key, only NotifActionInput and NotifAlertCommand";
 }
 
 /// Warns of keys outside a section, of a foreign section once, and of single entries.
@@ -42,16 +42,16 @@ void warn(const QString &fileName, const std::vector<lumd::ConfigEntry> &entries
         QString place = QString::fromStdString(entry.key);
         QString warning;
         if (entry.section.empty()) {
-            warning = QStringLiteral("this key stands outside a section");
+            warning = "this key stands outside a section";
         } else if (entry.section != "Notifications") {
-            place = QStringLiteral("[%1]").arg(QString::fromStdString(entry.section));
-            warning = entry.section == latest ? QString() : QStringLiteral("the plug-in reads [Notifications] only");
+            place = QString("[%1]").arg(QString::fromStdString(entry.section));
+            warning = entry.section == latest ? QString() : "the plug-in reads [Notifications] only";
         } else {
-            place.prepend(QStringLiteral("[Notifications] "));
+            place.prepend("[Notifications] ");
             warning = entryWarning(entry.key, QString::fromStdString(entry.value));
         }
         if (!warning.isEmpty()) {
-            say(Good, QStringLiteral("%1: warning: %2: %3").arg(fileName, place, warning));
+            say(Good, QString("%1: warning: %2: %3").arg(fileName, place, warning));
         }
         latest = entry.section;
     }

@@ -1,23 +1,75 @@
 // SPDX-License-Identifier: MIT
 #include "standins/terminal/signals.h"
-#include "tools/harness/hostdaemon.h"
-#include "tools/harness/serverthread.h"
-#include "tools/lumdsim/commandline.h"
+#include "tools/harness/settle.h"
 #include "tools/lumdsim/hostconfig.h"
 #include "tools/lumdsim/session.h"
-#include "tools/lumdsim/status.h"
 
+#include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QTextCodec>
 
 #include <csignal>
-#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace
 {
+
+/// Reads the command line of this process. Prints the help or the version, where asked, and ends the process.
+bool readCommandLine(QCommandLineParser *parser, QString *error)
+{
+    const QDir programs(QCoreApplication::applicationDirPath());
+    const QString built = programs.filePath("../lib/kavrel.so");
+    const QString installed = programs.filePath(LUMDSIM_PLUGIN);
+    parser->setApplicationDescription(
+        QString("Plays Android notifications on the desktop, as the host daemon does. A script has one\n"
+                "JSON object a line: %1. See lumdsim(1).")
+            .arg(exampleEvent));
+    parser->addOptions({
+        {"plugin", "Load this plug-in, not the one beside.", "file",
+         QDir::cleanPath(QFile::exists(built) ? built : installed)},
+        {"config", "Configuration of the host, an INI file.", "file"},
+        {"desktop", "Notify on this session's desktop."},
+        {"wait", "Stay until all is answered or gone."},
+        {"pace", "Pause after each event.", "ms", "0"},
+        {"json", "Print one JSON object a line."},
+        {"logging-rules", "Log by these rules of Qt's.", "rules"},
+        {{"h", "help"}, "Print this help."},
+        {{"v", "version"}, "Print the version."},
+    });
+    parser->addPositionalArgument("script", "File to play, - for the standard input.", "[script]");
+    if (!parser->parse(QCoreApplication::arguments())) {
+        *error = parser->errorText();
+        return false;
+    }
+    if (parser->isSet("help")) {
+        parser->showHelp();
+    }
+    if (parser->isSet("version")) {
+        parser->showVersion();
+    }
+    bool isNumber = false;
+    const QString pace = parser->value("pace");
+    if (parser->positionalArguments().size() > 1) {
+        *error = QString("There can be one script only, not also \"%1\".").arg(parser->positionalArguments().at(1));
+    } else if (pace.toInt(&isNumber) < 0 || !isNumber) {
+        *error = QString("--pace takes milliseconds, not \"%1\".").arg(pace);
+    }
+    return error->isEmpty();
+}
+
+/// Opens the file with this name or, for "-", the standard input.
+bool openScript(const QString &name, QFile *script, QString *error)
+{
+    script->setFileName(name);
+    const bool opened =
+        name == "-" ? script->open(STDIN_FILENO, QIODevice::ReadOnly) : script->open(QIODevice::ReadOnly);
+    if (!opened) {
+        *error = QString("%1: %2").arg(name, script->errorString());
+    }
+    return opened;
+}
 
 /// Prints which records the host got back in a bad state, or not at all.
 bool recordsMisused()
@@ -32,65 +84,52 @@ bool recordsMisused()
     return !findings.empty();
 }
 
-/// Loads the plug-in, plays the script and unloads it again.
-int simulate(const QCommandLineParser &parser, HostDaemon *daemon, const QFile &script, ServerThread *own)
+/// Loads the plug-in, plays the script and unloads it again. `screen` is null for a desktop.
+int simulate(const QCommandLineParser &parser, lu_config_parser *config, const QFile &script, Output *output,
+             Screen *screen)
 {
-    Output output(parser.isSet(QStringLiteral("json")));
-    Screen screen;
-    Player player(&daemon->host, &screen, &output);
-    QObject::connect(daemon, &HostDaemon::called, &player, &Player::called);
+    HostDaemon daemon(config);
+    Player player(&daemon, screen, output);
     QString error;
-    if (!daemon->start(parser.value(QStringLiteral("plugin")), own ? own->address() : QString(), &error)) {
+    if (!daemon.start(parser.value("plugin"), screen ? screen->server.address() : QString(), &error)) {
         return say(NoEnvironment, error);
     }
-    Session session(script, &screen, &player);
-    session.setWait(parser.isSet(QStringLiteral("wait")));
-    session.setPace(parser.value(QStringLiteral("pace")).toInt());
-    const bool watches = screen.watch(daemon->connection(), own, &error);
-    const int status = watches ? session.run() : say(NoEnvironment, error);
-    const bool takesDown = status == Good && !own && !player.openKeys().isEmpty();
-    daemon->stop();
+    Session session(script, &player);
+    session.stays = parser.isSet("wait");
+    session.pauseMs = parser.value("pace").toInt();
+    const int status = settle(daemon.connection(), &error)
+                           ? session.run()
+                           : say(NoEnvironment, "No notification server answers: " + error);
+    const bool takesDown = status == Good && !screen && !player.openKeys().isEmpty();
+    daemon.stop();
     player.settle();
     if (takesDown) {
-        say(Good, QStringLiteral("The notifications were taken down again; with --wait they stay until you answer."));
+        say(Good, "The notifications were taken down again; with --wait they stay until you answer.");
     }
     return recordsMisused() ? Misuse : status;
-}
-
-/// Opens the file with this name or, for "-", the standard input.
-bool openScript(const QString &name, QFile *script, QString *error)
-{
-    script->setFileName(name);
-    const bool opened = name == QLatin1String("-") ? script->open(STDIN_FILENO, QIODevice::ReadOnly)
-                                                   : script->open(QIODevice::ReadOnly);
-    if (!opened) {
-        *error = QStringLiteral("%1: %2").arg(name, script->errorString());
-    }
-    return opened;
 }
 
 /// Prepares all that the plug-in needs, and simulates.
 int run(const QCommandLineParser &parser)
 {
-    QLoggingCategory::setFilterRules(
-        parser.value(QStringLiteral("logging-rules")).replace(QLatin1Char(';'), QLatin1Char('\n')));
+    QLoggingCategory::setFilterRules(parser.value("logging-rules").replace(';', '\n'));
     QString error;
     lumd::Config config;
     QFile script;
-    if (!loadHostConfig(parser.value(QStringLiteral("config")), &config, &error) ||
-        !openScript(parser.positionalArguments().value(0, QStringLiteral("-")), &script, &error)) {
+    if (!loadHostConfig(parser.value("config"), &config, &error) ||
+        !openScript(parser.positionalArguments().value(0, "-"), &script, &error)) {
         return say(BadInput, error);
     }
     onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
-    std::unique_ptr<ServerThread> server; // none for the desktop
-    if (!parser.isSet(QStringLiteral("desktop"))) {
-        server = std::make_unique<ServerThread>();
-        if (!server->listen(&error)) {
-            return say(NoEnvironment, error);
-        }
+    Output output(parser.isSet("json"));
+    if (parser.isSet("desktop")) {
+        return simulate(parser, config.get(), script, &output, nullptr);
     }
-    HostDaemon daemon(config.get());
-    return simulate(parser, &daemon, script, server.get());
+    Screen screen(&output);
+    if (!screen.server.listen(&error)) {
+        return say(NoEnvironment, error);
+    }
+    return simulate(parser, config.get(), script, &output, &screen);
 }
 
 } // namespace
@@ -99,7 +138,7 @@ int main(int argc, char **argv)
 {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO}) {
         if (fcntl(descriptor, F_GETFD) < 0) { // the first file opened would take its place
-            return say(NoEnvironment, QStringLiteral("The standard input or output is closed."));
+            return say(NoEnvironment, "The standard input or output is closed.");
         }
     }
     // Scripts are UTF-8, and so is the output, in the C locale too.
@@ -107,11 +146,11 @@ int main(int argc, char **argv)
     // When nobody reads any more, the plug-in still wants to be unloaded.
     std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationVersion(QStringLiteral(LUMDSIM_VERSION));
+    QCoreApplication::setApplicationVersion(LUMDSIM_VERSION);
     QCommandLineParser parser;
     QString error;
     if (!readCommandLine(&parser, &error)) {
-        return say(BadInput, error + QStringLiteral("\nlumdsim --help lists the options."));
+        return say(BadInput, error + "\nlumdsim --help lists the options.");
     }
     const int status = run(parser);
     return status == Good && std::ferror(stdout) != 0 ? NoEnvironment : status;

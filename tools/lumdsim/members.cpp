@@ -43,7 +43,7 @@ bool readColor(const QJsonValue &value, const QDir &base, QVariant *field, QStri
 {
     const QString text = value.toString();
     bool isHexadecimal = false;
-    if (text.size() == 9 && text.startsWith(QLatin1Char('#'))) {
+    if (text.size() == 9 && text.startsWith('#')) {
         *field = text.midRef(1).toLongLong(&isHexadecimal, 16);
     }
     return isHexadecimal || readInteger<std::numeric_limits<qint32>::min(), std::numeric_limits<quint32>::max()>(
@@ -64,12 +64,12 @@ bool readPng(const QJsonValue &value, const QDir &base, QVariant *field, QString
         return false;
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("%1: %2").arg(file.fileName(), file.errorString());
+        *error = QString("%1: %2").arg(file.fileName(), file.errorString());
         return false;
     }
     *field = file.readAll();
     if (!field->toByteArray().startsWith("\x89PNG\r\n\x1a\n")) {
-        *error = QStringLiteral("%1 is not a PNG file").arg(file.fileName());
+        *error = QString("%1 is not a PNG file").arg(file.fileName());
         return false;
     }
     return true;
@@ -123,15 +123,14 @@ bool readMembers(const QJsonObject &object, const char *place, const std::vector
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         const auto member = findByName(members, entry.key());
         if (member == members.end()) {
-            *error = QStringLiteral("\"%1\" is unknown here, \"%2\" takes %3")
-                         .arg(entry.key(), QLatin1String(place), names(members));
+            *error = QString("\"%1\" is unknown here, \"%2\" takes %3").arg(entry.key(), place, names(members));
             return false;
         }
         QVariant field;
         if (!member->kind.read(entry.value(), base, &field, error)) {
             if (error->isEmpty()) {
-                *error = QStringLiteral("\"%1\" takes %2, not %3")
-                             .arg(entry.key(), QLatin1String(member->kind.expected), jsonText(entry.value()));
+                *error =
+                    QString("\"%1\" takes %2, not %3").arg(entry.key(), member->kind.expected, jsonText(entry.value()));
             }
             return false;
         }

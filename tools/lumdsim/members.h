@@ -36,7 +36,7 @@ QString jsonText(const QJsonValue &value);
 
 template <typename Table> auto findByName(const Table &table, const QString &name)
 {
-    return std::find_if(table.begin(), table.end(), [&](const auto &row) { return name == QLatin1String(row.name); });
+    return std::find_if(table.begin(), table.end(), [&](const auto &row) { return name == row.name; });
 }
 
 /// Lists the names for messages.
@@ -44,7 +44,7 @@ template <typename Table> QString names(const Table &table)
 {
     QStringList names;
     for (const auto &row : table) {
-        names.append(QLatin1String(row.name));
+        names.append(row.name);
     }
-    return names.isEmpty() ? QStringLiteral("nothing") : names.join(QLatin1String(", "));
+    return names.isEmpty() ? "nothing" : names.join(", ");
 }

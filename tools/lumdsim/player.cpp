@@ -1,38 +1,67 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/player.h"
 
-#include "tools/lumdsim/pluginlog.h"
+#include "tools/harness/settle.h"
 
 #include <QtCore/QEventLoop>
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QScopedValueRollback>
 
-#include <limits>
-
-static void wait(qint64 milliseconds)
+namespace
 {
-    QEventLoop loop;
-    const qint64 time = qMin<qint64>(milliseconds, std::numeric_limits<int>::max());
-    QTimer::singleShot(static_cast<int>(time), Qt::PreciseTimer, &loop, &QEventLoop::quit);
-    loop.exec();
+
+// Only the plug-in's debug messages tell that an update changes nothing, so they are always on. They are printed where
+// the user's logging rules ask for them.
+std::function<void()> reportUnchanged;
+QLoggingCategory::CategoryFilter applyRules = nullptr; ///< the user's
+QtMessageHandler printMessage = nullptr;
+bool debugIsWanted = false;
+
+bool isPlugin(const char *category) { return qstrcmp(category, "com.velmo.lumd.plugin.notifications") == 0; }
+
+void filter(QLoggingCategory *category)
+{
+    applyRules(category);
+    if (isPlugin(category->categoryName())) {
+        debugIsWanted = category->isDebugEnabled();
+        category->setEnabled(QtDebugMsg, true);
+    }
 }
 
-Player::Player(lumd::Host *host, Screen *screen, Output *output)
-    : m_host(host)
+void handle(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    const bool debug = type == QtDebugMsg && isPlugin(context.category);
+    if (debug && message.startsWith("Not publishing unchanged notification")) {
+        reportUnchanged();
+    }
+    if (!debug || debugIsWanted) {
+        printMessage(type, context, message);
+    }
+}
+
+} // namespace
+
+Player::Player(HostDaemon *daemon, Screen *screen, Output *output)
+    : m_daemon(daemon)
     , m_screen(screen)
     , m_output(output)
 {
-    connect(screen, &Screen::shown, this, [output](auto &&...report) { output->shown(report...); });
-    connect(screen, &Screen::closed, this, [output](auto &&...report) { output->closed(report...); });
-    host->onAction = [this](const std::string &key, lu_field *action) {
+    daemon->host.onAction = [this](const std::string &key, lu_field *action) {
         const auto text = [action](uint32_t id) { return QString::fromUtf8(lu_field_get_str(action, id)); };
         m_open.remove(QString::fromStdString(key));
         m_output->action(QString::fromStdString(key), text(field::action::title), text(field::action::identifier));
     };
-    host->onRemoved = [this](const std::string &key) {
+    daemon->host.onRemoved = [this](const std::string &key) {
         m_open.remove(QString::fromStdString(key));
         m_output->removed(QString::fromStdString(key));
     };
-    onUnchanged([this] { m_output->unchanged(m_key); });
+    connect(daemon, &HostDaemon::called, this, [this](const QString &method, const QStringList &arguments) {
+        m_open.remove(arguments.value(0));
+        m_output->invoked(method, arguments);
+    });
+    reportUnchanged = [this] { m_output->unchanged(m_key); };
+    printMessage = qInstallMessageHandler(handle);
+    applyRules = QLoggingCategory::installFilter(filter);
 
     m_late.setSingleShot(true);
     connect(&m_late, &QTimer::timeout, this, &Player::settle);
@@ -43,47 +72,42 @@ Player::Player(lumd::Host *host, Screen *screen, Output *output)
     };
 }
 
-void Player::called(const QString &method, const QStringList &arguments)
-{
-    m_open.remove(arguments.value(0));
-    m_output->invoked(method, arguments);
-}
-
 bool Player::play(const Event &event, int number, QString *error)
 {
     if (!event.verb) {
-        m_output->say(event.comment);
+        m_output->echo(event.comment);
         return true;
     }
     m_key = event.text("key");
-    const QStringList words = {QStringLiteral("→"), QLatin1String(event.verb->phrase), m_key, event.text("action")};
-    m_output->say(words.join(QLatin1Char(' ')).trimmed());
+    m_output->echo(QStringList{"→", event.verb->phrase, m_key, event.text("action")}.join(' ').trimmed());
     m_output->setLine(number);
     const bool performed = perform(event, error);
     settle();
     m_output->setLine(0);
     if (!m_answered) {
-        *error = QStringLiteral("the notification server does not answer");
+        *error = "the notification server does not answer";
     }
     return performed && m_answered;
 }
 
 bool Player::perform(const Event &event, QString *error)
 {
-    const QString verb = QLatin1String(event.verb->name);
+    const QString verb = event.verb->name;
     if (event.verb->call) {
-        if (verb == QLatin1String("add")) {
+        if (verb == "add") {
             m_open.insert(m_key);
-        } else if (verb == QLatin1String("remove")) {
+        } else if (verb == "remove") {
             m_open.remove(m_key);
-        } else if (verb == QLatin1String("clear")) {
+        } else if (verb == "clear") {
             m_open.clear();
         }
-        event.verb->call(*m_host, event);
-    } else if (verb == QLatin1String("wait")) {
+        event.verb->call(m_daemon->host, event);
+    } else if (verb == "wait") {
         m_output->setLine(0);
-        wait(event.members.value(QStringLiteral("ms")).toVariant().toLongLong());
-    } else if (m_screen->isOurs()) {
+        QEventLoop loop;
+        QTimer::singleShot(event.members.value("ms").toInt(), Qt::PreciseTimer, &loop, &QEventLoop::quit);
+        loop.exec();
+    } else if (m_screen) {
         return m_screen->act(verb, m_key, event.text("action"), event.text("text"), error);
     } else {
         m_output->skipped(verb, m_key);
@@ -100,7 +124,7 @@ void Player::settle()
     int before = 0;
     do {
         before = m_output->effects();
-        m_answered = m_screen->settle();
+        m_answered = ::settle(m_daemon->connection());
     } while (m_answered && before != m_output->effects());
     m_late.stop();
     m_output->flush();

@@ -1,74 +1,48 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/screen.h"
 
-#include "tools/harness/settle.h"
+#include <algorithm>
 
-bool Screen::watch(const QDBusConnection &client, ServerThread *own, QString *error)
+Screen::Screen(Output *output)
+    : m_output(output)
 {
-    m_client = client;
-    m_own = own;
-    if (own) {
-        connect(own->server(), &Server::shown, this, &Screen::onShown);
-        connect(own->server(), &Server::NotificationClosed, this, &Screen::onClosed);
-    }
-    const QDBusMessage answer = serverInformation(client);
-    if (answer.type() != QDBusMessage::ReplyMessage) {
-        *error = QStringLiteral("No notification server answers: ") + answer.errorMessage();
-        return false;
-    }
-    return true;
+    connect(server.server(), &Server::shown, this, &Screen::onShown);
+    connect(server.server(), &Server::NotificationClosed, this, &Screen::onClosed);
 }
-
-bool Screen::settle() const { return ::settle(m_client); }
 
 void Screen::onShown(const DesktopNotification &notification, bool replaced)
 {
-    const QString key = notification.hints.value(protocol::hint::originKey()).toString();
-    if (!key.isEmpty()) {
-        m_ids.insert(key, notification.id);
-    }
     m_shown.insert(notification.id, notification);
-    Q_EMIT shown(key, notification, replaced);
+    m_output->shown(notification, replaced);
 }
 
-void Screen::onClosed(uint id, uint reason)
-{
-    if (!m_shown.contains(id)) {
-        return; // shown before we watched
-    }
-    const DesktopNotification notification = m_shown.take(id);
-    const QString key = notification.hints.value(protocol::hint::originKey()).toString();
-    if (m_ids.value(key) == id) {
-        m_ids.remove(key);
-    }
-    Q_EMIT closed(key, notification, reason);
-}
+void Screen::onClosed(uint id, uint reason) { m_output->closed(m_shown.take(id), reason); }
 
-bool Screen::act(const QString &verb, const QString &key, const QString &action, const QString &text,
-                 QString *error) const
+bool Screen::act(const QString &verb, const QString &key, const QString &action, const QString &text, QString *error)
 {
-    if (!m_ids.contains(key)) {
-        *error = QStringLiteral("no notification with the key \"%1\" is shown").arg(key);
+    const auto shown = std::find_if(m_shown.begin(), m_shown.end(),
+                                    [&](const DesktopNotification &candidate) { return candidate.key() == key; });
+    if (shown == m_shown.end()) {
+        *error = QString("no notification with the key \"%1\" is shown").arg(key);
         return false;
     }
-    const uint id = m_ids.value(key);
-    const QStringList actions = m_shown.value(id).actions;
+    const QStringList &actions = shown->actions;
     const int index = actions.indexOf(action); // of a name or its text, in turn
-    const bool dismisses = verb == QLatin1String("dismiss");
+    const bool dismisses = verb == "dismiss";
     if (!dismisses && index < 0) {
         QStringList texts;
         for (int i = 1; i < actions.size(); i += 2) {
             texts.append(actions.at(i));
         }
-        *error = QStringLiteral("the notification with the key \"%1\" has no action \"%2\"; it has: %3")
-                     .arg(key, action, texts.isEmpty() ? QStringLiteral("none") : texts.join(QLatin1String(", ")));
+        *error = QString("the notification with the key \"%1\" has no action \"%2\"; it has: %3")
+                     .arg(key, action, texts.isEmpty() ? "none" : texts.join(", "));
         return false;
     }
     bool done = false;
-    m_own->run([&](Server &server) {
-        done = dismisses ? server.dismiss(id, error)
-                         : server.invoke(id, actions.at(index - index % 2), error,
-                                         verb == QLatin1String("reply") ? &text : nullptr);
+    server.run([&](Server &own) {
+        done = dismisses
+                   ? own.dismiss(shown->id, error)
+                   : own.invoke(shown->id, actions.at(index - index % 2), error, verb == "reply" ? &text : nullptr);
     });
     return done;
 }

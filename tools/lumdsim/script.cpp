@@ -25,7 +25,7 @@ std::vector<Member> result(uint32_t detail)
 void dexopt(Host &host, const Event &event)
 {
     host.dexoptNotify(event.text("summary").toUtf8().constData(), event.text("body").toUtf8().constData(),
-                      event.members.value(QStringLiteral("progress")).toDouble());
+                      event.members.value("progress").toDouble());
 }
 
 // clang-format off
@@ -67,8 +67,6 @@ const std::vector<Verb> &verbs()
 
 } // namespace
 
-QString exampleEvent() { return QStringLiteral(R"({"do":"add","key":"k","title":"Hello"})"); }
-
 bool readEvent(const QByteArray &line, const QDir &base, Event *event, QString *error)
 {
     const QByteArray content = line.trimmed();
@@ -79,25 +77,23 @@ bool readEvent(const QByteArray &line, const QDir &base, Event *event, QString *
     QJsonParseError problem;
     const QJsonDocument document = QJsonDocument::fromJson(content, &problem);
     if (!document.isObject()) {
-        const QString reason = document.isNull() ? QStringLiteral(" (%1)").arg(problem.errorString()) : QString();
-        *error = QStringLiteral("not a JSON object%1; an event is a line such as %2").arg(reason, exampleEvent());
+        const QString reason = document.isNull() ? QString(" (%1)").arg(problem.errorString()) : QString();
+        *error = QString("not a JSON object%1; an event is a line such as %2").arg(reason, exampleEvent);
         return false;
     }
     event->members = document.object();
-    const QJsonValue name = event->members.take(QStringLiteral("do"));
+    const QJsonValue name = event->members.take("do");
     const auto verb = findByName(verbs(), name.toString());
     if (verb == verbs().end()) {
-        *error = (name.isUndefined() ? QStringLiteral("\"do\" is missing")
-                                     : QStringLiteral("unknown \"do\": ") + jsonText(name)) +
-                 QStringLiteral("; it is one of ") + names(verbs());
+        *error = (name.isUndefined() ? "\"do\" is missing" : "unknown \"do\": " + jsonText(name)) + "; it is one of " +
+                 names(verbs());
         return false;
     }
     const auto required = verb->members.begin() + static_cast<ptrdiff_t>(verb->required);
-    const auto missing = std::find_if(verb->members.begin(), required, [event](const Member &member) {
-        return !event->members.contains(QLatin1String(member.name));
-    });
+    const auto missing = std::find_if(verb->members.begin(), required,
+                                      [event](const Member &member) { return !event->members.contains(member.name); });
     if (missing != required) {
-        *error = QStringLiteral("\"%1\" is missing").arg(QLatin1String(missing->name));
+        *error = QString("\"%1\" is missing").arg(missing->name);
         return false;
     }
     event->verb = &*verb;

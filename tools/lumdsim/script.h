@@ -27,10 +27,10 @@ struct Event {
     QJsonObject members = {};
     lumd::Record record = nullptr;
 
-    QString text(const char *member) const { return members.value(QLatin1String(member)).toString(); }
+    QString text(const char *member) const { return members.value(member).toString(); }
 };
 
-/// A short line that is an event, for messages.
-QString exampleEvent();
+/// For messages.
+constexpr const char *exampleEvent = R"({"do":"add","key":"k","title":"Hello"})";
 /// Reads a line of a script. Files are looked up in `base`.
 bool readEvent(const QByteArray &line, const QDir &base, Event *event, QString *error);

@@ -1,39 +1,40 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tools/lumdsim/input.h"
 #include "tools/lumdsim/player.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QSocketNotifier>
 
-/// Plays a script line by line, to its end or to the first line that fails; a typing user may go on after that.
+/// Plays a script line by line as it comes, to its end or to the first line that fails; a typing user may go on after
+/// that.
 class Session : public QObject
 {
     Q_OBJECT
 
 public:
-    Session(const QFile &script, const Screen *screen, Player *player);
-    /// Stays at the end until all notifications are answered or gone, as far as there is a user.
-    void setWait(bool wait) { m_wait = wait; }
-    /// Pauses after each event.
-    void setPace(int milliseconds) { m_paceMs = milliseconds; }
+    Session(const QFile &script, Player *player);
 
     /// Returns the exit status.
     int run();
 
+    /// Stays at the end until all notifications are answered or gone, as far as there is a user.
+    bool stays = false;
+    /// After each event.
+    int pauseMs = 0;
+
 private:
-    void play(const QByteArray &line);
-    void endInput(int error);
+    void read();
+    void playNext();
+    void end(int error);
     void quitIfDone();
 
-    const Screen *m_screen;
     Player *m_player;
-    Input m_input;
+    QSocketNotifier m_notifier;
     QDir m_folder; ///< of the script; the current one for the standard input
     QString m_name;
-    bool m_typed;
-    bool m_wait = false;
-    int m_paceMs = 0;
-    bool m_ended = false;
+    bool m_isTyped;
+    bool m_hasEnded = false;
+    QByteArray m_buffer;
     int m_line = 0;
 };
