@@ -49,7 +49,7 @@ public:
     void remove(int index) override { m_host.remove(m_keys[static_cast<size_t>(index)].c_str()); }
     ulong removalDelayMs() const override { return 550; }
     void clear() override { m_host.clear(); }
-    QDBusConnection connection() const override;
+    QDBusConnection connection() const override { return LoadedPlugin::connection(); }
 
 private:
     lumd::Host m_host{nullptr};

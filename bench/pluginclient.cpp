@@ -25,9 +25,3 @@ void PluginClient::prepare(const QVector<Item> &items)
         m_keys.emplace_back(lu_field_get_str(m_records.back().get(), field::notification::key));
     }
 }
-
-QDBusConnection PluginClient::connection() const
-{
-    return qEnvironmentVariableIsEmpty("LUMD_P2P_DBUS_ADDRESS") ? QDBusConnection::sessionBus()
-                                                                : QDBusConnection(QStringLiteral("peerconnection"));
-}

@@ -5,7 +5,6 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QTemporaryDir>
-#include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 
 #include <memory>
@@ -32,21 +31,16 @@ public:
 
     /// Calls the plug-in, and hears from it.
     lumd::Host host;
-    /// The connection between the plug-in and its notification server, once started.
-    QDBusConnection connection() const;
 
 public Q_SLOTS: // Taking the message as it is, they accept arguments that a server adds.
-    Q_SCRIPTABLE void notificationActionInvoke(const QDBusMessage &call) { report(call); }
-    Q_SCRIPTABLE void notificationActionInvokeInput(const QDBusMessage &call) { report(call); }
+    Q_SCRIPTABLE void notificationActionInvoke(const QDBusMessage &call) { Q_EMIT called(call); }
+    Q_SCRIPTABLE void notificationActionInvokeInput(const QDBusMessage &call) { Q_EMIT called(call); }
 
 Q_SIGNALS:
     /// The notification server has called a method of the host.
-    void called(const QString &method, const QStringList &arguments);
+    void called(const QDBusMessage &call);
 
 private:
-    void report(const QDBusMessage &call);
-
     const QTemporaryDir m_folder;
     std::unique_ptr<LoadedPlugin> m_plugin;
-    bool m_onBus = false;
 };

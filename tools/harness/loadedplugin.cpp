@@ -17,7 +17,7 @@ LoadedPlugin::LoadedPlugin(const QString &file)
     }
     const auto *const definition = static_cast<const lu_plugin_def *>(symbol);
     if (definition->version >> 16 != 1 || std::strcmp(definition->type, "notifications") != 0) {
-        m_error = QStringLiteral("The plug-in is not a notifications plug-in of version 1.");
+        m_error = "The plug-in is not a notifications plug-in of version 1.";
         return;
     }
     m_definition = definition;
@@ -43,4 +43,11 @@ void LoadedPlugin::unload()
         m_definition->unload(&m_context);
         m_context = {};
     }
+}
+
+QDBusConnection LoadedPlugin::connection()
+{
+    // The plug-in connects to a peer only if the host gives an address, and chooses the name.
+    return qEnvironmentVariableIsEmpty("LUMD_P2P_DBUS_ADDRESS") ? QDBusConnection::sessionBus()
+                                                                : QDBusConnection("peerconnection");
 }

@@ -4,6 +4,7 @@
 #include "standins/lumd/host.h"
 
 #include <QtCore/QString>
+#include <QtDBus/QDBusConnection>
 
 /// A notifications plug-in in this process, loaded and unloaded as the host does it.
 class LoadedPlugin
@@ -24,6 +25,8 @@ public:
     int load(lumd::Host *host);
     /// Calls its unload function, unless it is not loaded.
     void unload();
+    /// The connection between a loaded plug-in and its notification server.
+    static QDBusConnection connection();
 
 private:
     QString m_error;

@@ -4,7 +4,7 @@
 #include <QtCore/QUuid>
 
 ServerThread::ServerThread()
-    : m_address(QStringLiteral("unix:abstract=/tmp/kavrel-") + QUuid::createUuid().toString(QUuid::WithoutBraces))
+    : m_address("unix:abstract=/tmp/kavrel-" + QUuid::createUuid().toString(QUuid::WithoutBraces))
 {
     m_server->moveToThread(&m_thread);
     QObject::connect(&m_thread, &QThread::finished, m_server, &QObject::deleteLater);

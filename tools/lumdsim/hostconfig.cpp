@@ -59,15 +59,15 @@ void warn(const QString &fileName, const std::vector<lumd::ConfigEntry> &entries
 
 } // namespace
 
-bool loadHostConfig(const QString &fileName, lumd::Config *config, QString *error)
+lumd::Config loadHostConfig(const QString &fileName, QString *error)
 {
     std::string problem;
-    *config = fileName.isEmpty() ? lumd::parseConfig("[Notifications]\nNotifActionInput = true\n", "", &problem)
-                                 : lumd::loadConfig(fileName.toStdString(), &problem);
-    if (!*config) {
-        *error = QString::fromStdString(problem);
-        return false;
+    lumd::Config config = fileName.isEmpty()
+                              ? lumd::parseConfig("[Notifications]\nNotifActionInput = true\n", "", &problem)
+                              : lumd::loadConfig(fileName.toStdString(), &problem);
+    if (config) {
+        warn(fileName, lumd::configEntries(*config));
     }
-    warn(fileName, lumd::configEntries(**config));
-    return true;
+    *error = QString::fromStdString(problem);
+    return config;
 }

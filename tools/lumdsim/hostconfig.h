@@ -6,5 +6,5 @@
 #include <QtCore/QString>
 
 /// Loads the simulated host's configuration; without a file name, one that allows actions with input. Warns on standard
-/// error of entries that the plug-in ignores or cannot use.
-bool loadHostConfig(const QString &fileName, lumd::Config *config, QString *error);
+/// error of entries that the plug-in ignores or cannot use. Null after an error.
+lumd::Config loadHostConfig(const QString &fileName, QString *error);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "standins/terminal/signals.h"
+#include "tools/harness/hostdaemon.h"
 #include "tools/harness/settle.h"
 #include "tools/lumdsim/hostconfig.h"
 #include "tools/lumdsim/session.h"
@@ -59,37 +60,13 @@ bool readCommandLine(QCommandLineParser *parser, QString *error)
     return error->isEmpty();
 }
 
-/// Opens the file with this name or, for "-", the standard input.
-bool openScript(const QString &name, QFile *script, QString *error)
-{
-    script->setFileName(name);
-    const bool opened =
-        name == "-" ? script->open(STDIN_FILENO, QIODevice::ReadOnly) : script->open(QIODevice::ReadOnly);
-    if (!opened) {
-        *error = QString("%1: %2").arg(name, script->errorString());
-    }
-    return opened;
-}
-
-/// Prints which records the host got back in a bad state, or not at all.
-bool recordsMisused()
-{
-    std::vector<std::string> findings = lumd::takeFindings();
-    if (lumd::liveRecords() != 0) {
-        findings.push_back("records never released: " + std::to_string(lumd::liveRecords()));
-    }
-    for (const std::string &finding : findings) {
-        say(Misuse, QString::fromStdString(finding));
-    }
-    return !findings.empty();
-}
-
 /// Loads the plug-in, plays the script and unloads it again. `screen` is null for a desktop.
 int simulate(const QCommandLineParser &parser, lu_config_parser *config, const QFile &script, Output *output,
              Screen *screen)
 {
     HostDaemon daemon(config);
-    Player player(&daemon, screen, output);
+    Player player(&daemon.host, screen, output);
+    QObject::connect(&daemon, &HostDaemon::called, &player, &Player::called);
     QString error;
     if (!daemon.start(parser.value("plugin"), screen ? screen->server.address() : QString(), &error)) {
         return say(NoEnvironment, error);
@@ -97,16 +74,22 @@ int simulate(const QCommandLineParser &parser, lu_config_parser *config, const Q
     Session session(script, &player);
     session.stays = parser.isSet("wait");
     session.pauseMs = parser.value("pace").toInt();
-    const int status = settle(daemon.connection(), &error)
-                           ? session.run()
-                           : say(NoEnvironment, "No notification server answers: " + error);
+    int status = settle(LoadedPlugin::connection(), &error)
+                     ? session.run()
+                     : say(NoEnvironment, "No notification server answers: " + error);
     const bool takesDown = status == Good && !screen && !player.openKeys().isEmpty();
     daemon.stop();
     player.settle();
     if (takesDown) {
         say(Good, "The notifications were taken down again; with --wait they stay until you answer.");
     }
-    return recordsMisused() ? Misuse : status;
+    for (const std::string &finding : lumd::takeFindings()) {
+        status = say(Misuse, QString::fromStdString(finding));
+    }
+    if (lumd::liveRecords() != 0) {
+        status = say(Misuse, QString("records never released: %1").arg(lumd::liveRecords()));
+    }
+    return status;
 }
 
 /// Prepares all that the plug-in needs, and simulates.
@@ -114,11 +97,15 @@ int run(const QCommandLineParser &parser)
 {
     QLoggingCategory::setFilterRules(parser.value("logging-rules").replace(';', '\n'));
     QString error;
-    lumd::Config config;
-    QFile script;
-    if (!loadHostConfig(parser.value("config"), &config, &error) ||
-        !openScript(parser.positionalArguments().value(0, "-"), &script, &error)) {
+    const lumd::Config config = loadHostConfig(parser.value("config"), &error);
+    if (!config) {
         return say(BadInput, error);
+    }
+    const QString name = parser.positionalArguments().value(0, "-");
+    QFile script(name);
+    const bool isOpen = name == "-" ? script.open(STDIN_FILENO, QIODevice::ReadOnly) : script.open(QIODevice::ReadOnly);
+    if (!isOpen) {
+        return say(BadInput, QString("%1: %2").arg(name, script.errorString()));
     }
     onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
     Output output(parser.isSet("json"));

@@ -11,17 +11,6 @@
 namespace
 {
 
-const std::vector<Member> &actionElement()
-{
-    namespace id = field::action;
-    static const std::vector<Member> members = {{"title", kind::string, id::title},
-                                                {"inputLabel", kind::string, id::inputLabel},
-                                                {"identifier", kind::string, id::identifier},
-                                                {"freeInput", kind::boolean, id::freeInput},
-                                                {"choices", kind::choices, id::choices}};
-    return members;
-}
-
 template <QJsonValue::Type type>
 bool readPlain(const QJsonValue &value, const QDir & /*base*/, QVariant *field, QString * /*error*/)
 {
@@ -91,11 +80,17 @@ bool readChoices(const QJsonValue &value, const QDir & /*base*/, QVariant *field
 
 bool readActions(const QJsonValue &value, const QDir &base, QVariant *field, QString *error)
 {
+    namespace id = field::action;
+    static const std::vector<Member> members = {{"title", kind::string, id::title},
+                                                {"inputLabel", kind::string, id::inputLabel},
+                                                {"identifier", kind::string, id::identifier},
+                                                {"freeInput", kind::boolean, id::freeInput},
+                                                {"choices", kind::choices, id::choices}};
     std::vector<Fields> elements;
     const QJsonArray array = value.toArray();
     for (const QJsonValue &element : array) {
         if (!element.isObject() ||
-            !readMembers(element.toObject(), "actions", actionElement(), base, &elements.emplace_back(), error)) {
+            !readMembers(element.toObject(), "actions", members, base, &elements.emplace_back(), error)) {
             return false;
         }
     }

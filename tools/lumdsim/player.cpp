@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/player.h"
 
+#include "tools/harness/loadedplugin.h"
 #include "tools/harness/settle.h"
 
 #include <QtCore/QEventLoop>
@@ -41,24 +42,20 @@ void handle(QtMsgType type, const QMessageLogContext &context, const QString &me
 
 } // namespace
 
-Player::Player(HostDaemon *daemon, Screen *screen, Output *output)
-    : m_daemon(daemon)
+Player::Player(lumd::Host *host, Screen *screen, Output *output)
+    : m_host(host)
     , m_screen(screen)
     , m_output(output)
 {
-    daemon->host.onAction = [this](const std::string &key, lu_field *action) {
+    host->onAction = [this](const std::string &key, lu_field *action) {
         const auto text = [action](uint32_t id) { return QString::fromUtf8(lu_field_get_str(action, id)); };
         m_open.remove(QString::fromStdString(key));
         m_output->action(QString::fromStdString(key), text(field::action::title), text(field::action::identifier));
     };
-    daemon->host.onRemoved = [this](const std::string &key) {
+    host->onRemoved = [this](const std::string &key) {
         m_open.remove(QString::fromStdString(key));
         m_output->removed(QString::fromStdString(key));
     };
-    connect(daemon, &HostDaemon::called, this, [this](const QString &method, const QStringList &arguments) {
-        m_open.remove(arguments.value(0));
-        m_output->invoked(method, arguments);
-    });
     reportUnchanged = [this] { m_output->unchanged(m_key); };
     printMessage = qInstallMessageHandler(handle);
     applyRules = QLoggingCategory::installFilter(filter);
@@ -70,6 +67,13 @@ Player::Player(HostDaemon *daemon, Screen *screen, Output *output)
             m_late.start(20);
         }
     };
+}
+
+void Player::called(const QDBusMessage &call)
+{
+    const QStringList arguments = QVariant(call.arguments()).toStringList();
+    m_open.remove(arguments.value(0));
+    m_output->invoked(call.member(), arguments);
 }
 
 bool Player::play(const Event &event, int number, QString *error)
@@ -101,7 +105,7 @@ bool Player::perform(const Event &event, QString *error)
         } else if (verb == "clear") {
             m_open.clear();
         }
-        event.verb->call(m_daemon->host, event);
+        event.verb->call(*m_host, event);
     } else if (verb == "wait") {
         m_output->setLine(0);
         QEventLoop loop;
@@ -124,7 +128,7 @@ void Player::settle()
     int before = 0;
     do {
         before = m_output->effects();
-        m_answered = ::settle(m_daemon->connection());
+        m_answered = ::settle(LoadedPlugin::connection());
     } while (m_answered && before != m_output->effects());
     m_late.stop();
     m_output->flush();

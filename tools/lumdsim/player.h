@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tools/harness/hostdaemon.h"
 #include "tools/lumdsim/screen.h"
 #include "tools/lumdsim/script.h"
 
@@ -15,12 +14,14 @@ class Player : public QObject
 
 public:
     /// `screen` is null for a desktop.
-    Player(HostDaemon *daemon, Screen *screen, Output *output);
+    Player(lumd::Host *host, Screen *screen, Output *output);
 
     /// Plays the event, line `number` of the script, and settles. False when the event or the server fails.
     bool play(const Event &event, int number, QString *error);
     /// Returns when all effects of the script have happened and are printed, timers aside.
     void settle();
+    /// The server has called a method of the host.
+    void called(const QDBusMessage &call);
 
     /// Whether there is no user but the script.
     bool playsUser() const { return m_screen != nullptr; }
@@ -35,7 +36,7 @@ Q_SIGNALS:
 private:
     bool perform(const Event &event, QString *error);
 
-    HostDaemon *m_daemon;
+    lumd::Host *m_host;
     Screen *m_screen;
     Output *m_output;
     QString m_key; ///< of the event that is played
