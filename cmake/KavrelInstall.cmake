@@ -16,3 +16,10 @@ function(install_man component page)
                 COMPONENT ${component})
     endif()
 endfunction()
+
+file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+# Installs a program that finds the libraries below any prefix.
+function(install_tool program)
+    set_target_properties(${program} PROPERTIES INSTALL_RPATH $ORIGIN/${bin_to_lib})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endfunction()

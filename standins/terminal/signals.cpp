@@ -19,16 +19,16 @@ static void note(int signal)
     errno = error;
 }
 
-void onSignals(std::initializer_list<int> signals, const std::function<void(int)> &handle)
+void exitOnSignals()
 {
     wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     auto *const notifier = new QSocketNotifier(wakeUp, QSocketNotifier::Read, QCoreApplication::instance());
-    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [handle] {
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] {
         eventfd_t count = 0;
         eventfd_read(wakeUp, &count);
-        handle(latest);
+        QCoreApplication::exit(128 + latest);
     });
-    for (const int signal : signals) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action = {};
         action.sa_handler = note;
         action.sa_flags = SA_RESTART;

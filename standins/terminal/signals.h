@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
-#include <initializer_list>
-
-/// Calls `handle` from the event loop with the number of each of these signals that comes. Child processes do not
-/// inherit that. To be called once.
-void onSignals(std::initializer_list<int> signals, const std::function<void(int)> &handle);
+/// Has SIGINT, SIGTERM and SIGHUP end the event loop, with 128 and the signal's number as the status. Child processes
+/// do not inherit that. To be called once.
+void exitOnSignals();
 /// The number of the latest of them; 0 before the first.
 int lastSignal();

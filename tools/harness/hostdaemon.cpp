@@ -24,8 +24,6 @@ HostDaemon::HostDaemon(lu_config_parser *config)
 {
 }
 
-HostDaemon::~HostDaemon() { stop(); }
-
 bool HostDaemon::start(const QString &file, const QString &server, QString *error)
 {
     if (!m_folder.isValid()) {

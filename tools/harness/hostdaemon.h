@@ -11,7 +11,7 @@
 
 /// Surrounds one plug-in with all that the host daemon gives it: a temporary folder, where its icon cache lies, a
 /// notification server's address, and the host's D-Bus object, whose methods the server calls for the user. They report
-/// the call and do nothing else.
+/// the call and do nothing else. The destructor unloads the plug-in and removes the folder.
 class HostDaemon : public QObject
 {
     Q_OBJECT
@@ -20,8 +20,6 @@ class HostDaemon : public QObject
 public:
     /// `config` may be null; it must outlive this object.
     explicit HostDaemon(lu_config_parser *config);
-    /// Stops, and removes the temporary folder.
-    ~HostDaemon() override;
 
     /// Loads the plug-in `file`, which notifies at the D-Bus address `server`. Without one it notifies on the session
     /// bus, whose only host this process becomes first: another host's notifications are not ours to clear.

@@ -1,11 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "tools/harness/loadedplugin.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <cstring>
 #include <dlfcn.h>
+
+QString pluginFile()
+{
+    const QDir programs(QCoreApplication::applicationDirPath());
+    const QString built = programs.filePath("../lib/kavrel.so");
+    return QDir::cleanPath(QFile::exists(built) ? built : programs.filePath(KAVREL_INSTALLED));
+}
 
 LoadedPlugin::LoadedPlugin(const QString &file)
     : m_library(dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL))

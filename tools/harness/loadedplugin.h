@@ -6,6 +6,9 @@
 #include <QtCore/QString>
 #include <QtDBus/QDBusConnection>
 
+/// The plug-in that was built or installed with this program.
+QString pluginFile();
+
 /// A notifications plug-in in this process, loaded and unloaded as the host does it.
 class LoadedPlugin
 {

@@ -7,18 +7,16 @@
 #include "tools/lumd-adb/mirror.h"
 
 #include <QtCore/QCommandLineParser>
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextCodec>
 
-#include <csignal>
 #include <cstdio>
 
 namespace
 {
 
-enum Status { NoEnvironment = 1, BadInput = 2, Interrupted = 128 };
+enum Status { NoEnvironment = 1, BadInput = 2 };
 
 constexpr const char *description =
     R"(Shows the notifications of an Android device on this desktop, until Ctrl-C.
@@ -50,9 +48,6 @@ void runDetached(const QString &command, const QProcessEnvironment &environment)
 int show(const QCommandLineParser &parser, const std::vector<PhoneNotification> *recorded)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment(); // the daemon changes it
-    const QDir programs(QCoreApplication::applicationDirPath());
-    const QString built = programs.filePath(QStringLiteral("../lib/kavrel.so"));
-    const QString installed = programs.filePath(QStringLiteral(LUMD_ADB_PLUGIN));
     Device device(parser.value(QStringLiteral("serial")));
     HostDaemon daemon(nullptr);
     Mirror mirror(&daemon.host);
@@ -73,10 +68,10 @@ int show(const QCommandLineParser &parser, const std::vector<PhoneNotification> 
     QObject::connect(&device, &Device::left, &daemon, [&] { mirror.removeAll(); });
     QObject::connect(&device, &Device::said, &daemon, [](const QString &line) { complain(NoEnvironment, line); });
     QString error;
-    if ((!recorded && !device.start(&error)) || !daemon.start(QFile::exists(built) ? built : installed, {}, &error)) {
+    if ((!recorded && !device.start(&error)) || !daemon.start(pluginFile(), {}, &error)) {
         return complain(NoEnvironment, error);
     }
-    onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
+    exitOnSignals();
     if (recorded) {
         mirror.show(*recorded);
     }

@@ -20,16 +20,12 @@ namespace
 /// Reads the command line of this process. Prints the help or the version, where asked, and ends the process.
 bool readCommandLine(QCommandLineParser *parser, QString *error)
 {
-    const QDir programs(QCoreApplication::applicationDirPath());
-    const QString built = programs.filePath("../lib/kavrel.so");
-    const QString installed = programs.filePath(LUMDSIM_PLUGIN);
     parser->setApplicationDescription(
         QString("Plays Android notifications on the desktop, as the host daemon does. A script has one\n"
                 "JSON object a line: %1. See lumdsim(1).")
             .arg(exampleEvent));
     parser->addOptions({
-        {"plugin", "Load this plug-in, not the one beside.", "file",
-         QDir::cleanPath(QFile::exists(built) ? built : installed)},
+        {"plugin", "Load this plug-in, not the one beside.", "file", pluginFile()},
         {"config", "Configuration of the host, an INI file.", "file"},
         {"desktop", "Notify on this session's desktop."},
         {"wait", "Stay until all is answered or gone."},
@@ -107,7 +103,7 @@ int run(const QCommandLineParser &parser)
     if (!isOpen) {
         return say(BadInput, QString("%1: %2").arg(name, script.errorString()));
     }
-    onSignals({SIGINT, SIGTERM, SIGHUP}, [](int signal) { QCoreApplication::exit(Interrupted + signal); });
+    exitOnSignals();
     Output output(parser.isSet("json"));
     if (parser.isSet("desktop")) {
         return simulate(parser, config.get(), script, &output, nullptr);
