@@ -2,34 +2,52 @@
 #pragma once
 
 #include <QtCore/QElapsedTimer>
-#include <QtDBus/QDBusPendingCall>
 
-#include <memory>
+#include <algorithm>
 
-/// Waits for answers of a server on a thread that has other things to do: in any 10 s for no more than 1.5 s in all,
-/// whatever the server does. After an answer that was waited for in vain, waits for none until one has come quickly.
+/// The time for which a thread with other duties may wait for a server: 1.5 s in any 10 s, however the server answers.
+/// After a wait in vain, no further wait is allowed until some answer has come quickly.
 class BoundedWait
 {
 public:
-    BoundedWait();
-    ~BoundedWait();
-    BoundedWait(const BoundedWait &) = delete;
-    BoundedWait &operator=(const BoundedWait &) = delete;
+    BoundedWait() { reset(); }
 
-    /// Sleeps until `call` is answered or the time for waiting is used up; returns whether it is answered. Runs no
-    /// event loop, so nothing else happens on this thread meanwhile. The call goes on.
-    bool isAnswered(const QDBusPendingCall &call);
-    /// An answer that was not waited for has come, this long after its question.
-    void heard(qint64 afterMs);
-    /// There is another server, which has not disappointed yet.
+    /// Another connection: the time starts afresh.
+    void reset()
+    {
+        m_budgetMs = maximumMs;
+        m_clock.start();
+        m_disappointed = false;
+    }
+    /// Forgets that the previous server was waited for in vain.
     void trust() { m_disappointed = false; }
-    /// There is another connection, for which so much was waited already: the time for waiting is counted anew.
-    void reset(qint64 waitedMs = 0);
+    /// An answer has come, this long after its question.
+    void heard(qint64 afterMs) { m_disappointed = m_disappointed && afterMs > quickMs; }
+
+    /// Starts a wait; returns how long it may take.
+    qint64 begin()
+    {
+        m_budgetMs = std::min(m_budgetMs + sinceLast() * savedInOneMs, maximumMs);
+        m_clock.start();
+        return m_disappointed ? 0 : static_cast<qint64>(m_budgetMs);
+    }
+    /// Ends the wait.
+    void end(bool answered)
+    {
+        m_budgetMs = std::max(m_budgetMs - sinceLast(), 0.0);
+        m_clock.start();
+        m_disappointed = !answered;
+    }
 
 private:
-    class Doorbell;
-    std::unique_ptr<Doorbell> m_bell;
+    /// The longest wait, and the most that can be saved up; 10 s add as much as makes 1.5 s in all.
+    static constexpr double maximumMs = 1000;
+    static constexpr double savedInOneMs = 0.05;
+    static constexpr qint64 quickMs = 250;
+
+    double sinceLast() const { return static_cast<double>(m_clock.nsecsElapsed()) / 1e6; }
+
     double m_budgetMs = 0; ///< as of `m_clock`'s start
-    QElapsedTimer m_clock; ///< since the last wait
+    QElapsedTimer m_clock; ///< since the last wait began or ended
     bool m_disappointed = false;
 };

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/buttons.h"
 
-#include "standins/notifications/include/notification.h"
-#include "standins/protocol/desktopnotification.h"
+#include <algorithm>
 
 namespace
 {
@@ -27,10 +26,14 @@ QVariantMap defaultAction(const QVariantList &remoteActions)
 
 } // namespace
 
-QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
+QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &server)
 {
-    const QVariantMap tap = defaultAction(remoteActions);
     QVector<Button> buttons;
+    if (server.isOurs() || !server.contains("actions")) {
+        return buttons;
+    }
+    bool inlineReply = server.contains(inlineReplyKey());
+    const QVariantMap tap = defaultAction(remoteActions);
     for (const QVariant &description : remoteActions) {
         const QVariantMap action = description.toMap();
         const QString name = text(action, "name");
@@ -65,22 +68,14 @@ QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply)
     return buttons;
 }
 
-bool invokeForeign(Notification *notification, const QDBusMessage &signal, const Capabilities &server,
-                   const QDBusConnection &connection)
+const Button *pressed(const QVector<Button> &buttons, const QString &signal, const QString &argument)
 {
-    const QString argument = signal.arguments().value(1).toString();
-    const bool typed = signal.member() == QLatin1String("NotificationReplied");
-    if (!typed && (signal.member() != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
-        return false;
+    const bool typed = signal == QLatin1String("NotificationReplied");
+    if (!typed && (signal != QLatin1String("ActionInvoked") || argument == inlineReplyKey())) {
+        return nullptr;
     }
-    for (const Button &button : buttons(notification->remoteActions(), server.contains(inlineReplyKey()))) {
-        if (button.key == (typed ? inlineReplyKey() : argument)) {
-            const QString answer = typed ? argument : button.answer;
-            connection.send(
-                remoteActionCall(button.action, typed || !answer.isEmpty() ? &answer : nullptr, connection));
-            Q_EMIT notification->actionInvoked(text(button.action, "name"));
-            return true;
-        }
-    }
-    return false;
+    const auto button = std::find_if(buttons.begin(), buttons.end(), [&](const Button &any) {
+        return any.key == (typed ? inlineReplyKey() : argument);
+    });
+    return button != buttons.end() ? button : nullptr;
 }

@@ -5,10 +5,6 @@
 
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusMessage>
-
-class Notification;
 
 /// A button of a notification on another's server, or the tap on the notification itself.
 struct Button {
@@ -26,10 +22,9 @@ inline QString inlineReplyKey() { return QStringLiteral("inline-reply"); }
 /// - one button for each of the first few choices, which answers with it,
 /// - where neither does, a button that does what a tap on the notification does: the application is the place to
 ///   type. Without an answer the action itself must not be invoked; an application might send an empty message.
-QVector<Button> buttons(const QVariantList &remoteActions, bool inlineReply);
+/// None on a server of our kind, which calls the methods itself, and on one without actions, which would open a dialog.
+QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &server);
 
-/// Tells `notification` of the action that `signal`, from another's server, means, and calls the action's method over
-/// `connection`, which our server does itself. False, with nothing done, when it was not offered: some servers report
-/// such all the same.
-bool invokeForeign(Notification *notification, const QDBusMessage &signal, const Capabilities &server,
-                   const QDBusConnection &connection);
+/// The button that a signal of another's server, with this argument, means; null when none was offered: some servers
+/// report such all the same.
+const Button *pressed(const QVector<Button> &buttons, const QString &signal, const QString &argument);

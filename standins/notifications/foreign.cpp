@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/foreign.h"
 
-#include "standins/notifications/buttons.h"
 #include "standins/protocol/hints.h"
 
 #include <algorithm>
@@ -109,13 +108,10 @@ void adaptPictures(DesktopNotification &wire, const NotificationContent &content
     }
 }
 
-void adaptActions(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
+void adaptActions(DesktopNotification &wire, const QVector<Button> &buttons)
 {
     wire.actions.clear();
-    if (!server.contains("actions")) {
-        return; // such a server would open a dialog for them
-    }
-    for (const Button &button : buttons(content.remoteActions, server.contains(inlineReplyKey()))) {
+    for (const Button &button : buttons) {
         const QVariantMap input = button.action.value(QStringLiteral("input")).toMap();
         const QString placeholder = input.value(QStringLiteral("label")).toString();
         wire.actions << button.key << button.label;
@@ -145,11 +141,12 @@ void adaptUrgency(DesktopNotification &wire, const NotificationContent &content,
 
 } // namespace
 
-void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
+void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const QVector<Button> &buttons,
+                    const Capabilities &server)
 {
     adaptTexts(wire, content, server);
     adaptPictures(wire, content, server);
-    adaptActions(wire, content, server);
+    adaptActions(wire, buttons);
     adaptUrgency(wire, content, server);
     // KDE's server reports a click on its close button like an expiry once the pop-up has gone into the list.
     const bool stays =

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "standins/notifications/buttons.h"
 #include "standins/notifications/capabilities.h"
 #include "standins/notifications/notification_p.h"
 #include "standins/protocol/desktopnotification.h"
@@ -11,4 +12,5 @@ constexpr int transientMs = 4000;
 constexpr int transientLimitMs = 30000;
 
 /// Makes of `wire` what shows `content` best on a server that is not ours: it knows the protocol and nothing else.
-void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server);
+void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const QVector<Button> &buttons,
+                    const Capabilities &server);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/include/notification.h"
+#include "standins/notifications/include/notificationconnectionmanager.h"
 #include "standins/notifications/notification_p.h"
-#include "standins/notifications/publications.h"
+#include "standins/notifications/publisher.h"
 
 Notification::Notification(QObject *parent)
     : QObject(parent)
@@ -11,16 +12,14 @@ Notification::Notification(QObject *parent)
 
 Notification::~Notification()
 {
-    if (Publications *const publications = Publications::existing()) {
-        publications->forget(this);
+    if (Publisher *const publisher = Publisher::existing()) {
+        publisher->forget(this);
     }
 }
 
 QString Notification::appName() const { return d->appName; }
 void Notification::setAppName(const QString &name) { d->appName = name; }
-QString Notification::appIcon() const { return d->appIcon; }
 void Notification::setAppIcon(const QString &icon) { d->appIcon = icon; }
-QString Notification::icon() const { return d->icon; }
 void Notification::setIcon(const QString &icon) { d->icon = icon; }
 QString Notification::summary() const { return d->summary; }
 void Notification::setSummary(const QString &summary) { d->summary = summary; }
@@ -28,23 +27,16 @@ QString Notification::body() const { return d->body; }
 void Notification::setBody(const QString &body) { d->body = body; }
 QString Notification::subText() const { return d->subText; }
 void Notification::setSubText(const QString &subText) { d->subText = subText; }
-QString Notification::previewSummary() const { return d->previewSummary; }
 void Notification::setPreviewSummary(const QString &summary) { d->previewSummary = summary; }
-QString Notification::previewBody() const { return d->previewBody; }
 void Notification::setPreviewBody(const QString &body) { d->previewBody = body; }
-QString Notification::category() const { return d->category; }
 void Notification::setCategory(const QString &category) { d->category = category; }
 Notification::Urgency Notification::urgency() const { return static_cast<Urgency>(d->urgency); }
 void Notification::setUrgency(Urgency urgency) { d->urgency = urgency; }
 int Notification::itemCount() const { return d->itemCount; }
 void Notification::setItemCount(int count) { d->itemCount = count; }
-QDateTime Notification::timestamp() const { return d->timestamp; }
 void Notification::setTimestamp(const QDateTime &timestamp) { d->timestamp = timestamp; }
-QVariant Notification::progress() const { return d->progress; }
 void Notification::setProgress(const QVariant &progress) { d->progress = progress; }
-bool Notification::isResident() const { return d->resident; }
 void Notification::setResident(bool resident) { d->resident = resident; }
-bool Notification::isTransient() const { return d->transient; }
 void Notification::setIsTransient(bool transient) { d->transient = transient; }
 QVariant Notification::hintValue(const QString &hint) const { return d->hints.value(hint); }
 QVariantList Notification::remoteActions() const { return d->remoteActions; }
@@ -62,25 +54,37 @@ void Notification::setHintValue(const QString &hint, const QVariant &value)
 
 void Notification::setReplacesId(uint id)
 {
-    if (Publications *const publications = Publications::existing()) {
-        publications->forget(this);
+    if (Publisher *const publisher = Publisher::existing()) {
+        publisher->forget(this);
     }
     d->publication.reset();
     d->id = id;
 }
 
-void Notification::publish() { Publications::instance().publish(this); }
+void Notification::publish()
+{
+    if (Publisher *const publisher = Publisher::instance()) {
+        publisher->publish(this);
+    }
+}
 
-void Notification::close() { Publications::instance().close(this); }
+void Notification::close()
+{
+    if (Publisher *const publisher = Publisher::instance()) {
+        publisher->close(this);
+    }
+}
 
 QList<QObject *> Notification::notifications()
 {
-    QList<QObject *> objects;
-    const QList<Notification *> held = Publications::instance().held();
-    for (Notification *const notification : held) {
-        objects.append(notification);
-    }
-    return objects;
+    Publisher *const publisher = Publisher::instance();
+    return publisher ? publisher->list() : QList<QObject *>();
+}
+
+bool NotificationConnectionManager::useDBusConnection(const QDBusConnection &connection)
+{
+    Publisher *const publisher = Publisher::instance();
+    return publisher && publisher->use(connection);
 }
 
 QVariant Notification::remoteAction(const QString &name, const QString &displayName, const QString &service,

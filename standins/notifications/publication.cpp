@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/publication.h"
 
-#include "standins/notifications/include/notification.h"
 #include "standins/protocol/hints.h"
 
 #include <utility>
@@ -11,18 +10,24 @@ namespace
 
 constexpr uint expiry = 1; ///< reason of closing
 constexpr uint onRequest = 3;
+constexpr int maximumLosses = 3;
 
-uint64_t lastNumber = 0;
+quint64 lastNumber = 0;
 
 } // namespace
 
-Publication::Publication(const NotificationContent &content)
+Publication::Publication(const NotificationContent &content, uint id)
     : m_number(++lastNumber)
-    , m_resident(content.resident)
-    , m_transient(content.transient)
+    , m_state(id == 0 ? State::Unsent : State::Shown)
+    , m_id(id)
     , m_hasKey(content.hints.contains(protocol::hint::originKey()))
     , m_key(content.hints.value(protocol::hint::originKey()).toString())
 {
+}
+
+bool Publication::isOver() const
+{
+    return !m_object && (!isLive() || (m_state == State::Unsent && !m_content));
 }
 
 Publication::Order Publication::publish(const NotificationContent &content)
@@ -30,46 +35,71 @@ Publication::Order Publication::publish(const NotificationContent &content)
     m_content = content;
     m_resident = content.resident;
     m_transient = content.transient;
-    m_invoked = false;
+    m_pending = m_needed = true;
+    m_heard = false;
     if (m_state == State::Closing) {
         m_state = m_id == 0 ? State::Sent : State::Updating;
     }
-    return isUnanswered() ? Order::Nothing : Order::Send;
+    return isReady() ? Order::Send : Order::Nothing;
 }
 
-void Publication::publishAgain()
+Publication::Order Publication::belongsTo(Notification *object)
 {
-    if (!m_content && notification) {
-        m_content = *notification->d;
-        if (m_formerId != 0) {
-            m_content->hints.insert(protocol::hint::suppressSound(), true);
-        }
+    m_object = object;
+    settle();
+    return Order::Nothing;
+}
+
+Publication::Order Publication::sent(const QVector<Button> &buttons)
+{
+    m_pending = false;
+    m_nextButtons = buttons;
+    m_state = m_id == 0 ? State::Sent : State::Updating;
+    m_closeReason = 0;
+    return Order::Nothing;
+}
+
+Publication::Order Publication::giveUp()
+{
+    m_pending = m_needed = false;
+    settle();
+    return Order::Nothing;
+}
+
+/// Drops the content if neither a server nor an object needs it.
+void Publication::settle()
+{
+    if (!m_needed && !m_object) {
+        m_content.reset();
     }
 }
 
-NotificationContent Publication::takeContent()
+void Publication::dropContent()
 {
-    NotificationContent content = std::move(m_content).value_or(NotificationContent());
+    m_pending = m_needed = false;
     m_content.reset();
-    m_outdated = true;
-    return content;
 }
 
-int Publication::sent()
+Publication::Order Publication::gone(uint reason)
 {
-    m_state = m_id == 0 ? State::Sent : State::Updating;
-    m_closeReason = 0;
-    return ++m_sendings;
+    m_closeReason = reason;
+    m_state = State::Gone;
+    dropContent();
+    return Order::Tell;
 }
 
 Publication::Order Publication::identified(uint id)
 {
     const bool closing = m_state == State::Closing;
-    m_keptId = id == m_id;
     m_id = id;
     m_closeReason = 0;
-    m_expired = false;
-    m_outdated = false;
+    m_losses = 0;
+    m_invoked = m_expired = false;
+    m_buttons = std::move(m_nextButtons);
+    m_nextButtons.clear();
+    m_heard = m_heard || !m_pending;
+    m_needed = m_pending;
+    settle();
     m_state = closing ? State::Left : State::Shown;
     return closing ? Order::Close : proceed();
 }
@@ -77,36 +107,46 @@ Publication::Order Publication::identified(uint id)
 Publication::Order Publication::refused()
 {
     const bool closing = m_state == State::Closing;
-    const bool lost = m_id == 0 || m_closeReason != 0; // no version is on the screen
-    m_keptId = false;                                  // what is reported now is about the version shown
-    if (lost && m_content) {
-        m_id = 0;
-        m_closeReason = 0;
+    const bool shown = m_id != 0 && m_closeReason == 0;
+    m_needed = m_pending;
+    settle();
+    if (shown) {
+        m_state = closing ? State::Left : State::Shown;
+        return closing ? Order::Close : proceed();
     }
-    m_state = !lost                           ? (closing ? State::Left : State::Shown)
-              : closing || m_closeReason != 0 ? State::Gone
-                                              : State::Unsent;
-    if (m_state == State::Gone) {
-        m_closeReason = closing ? onRequest : m_closeReason;
-        return Order::Tell;
+    if (!m_pending && (closing || m_closeReason != 0)) {
+        return gone(closing ? onRequest : m_closeReason);
     }
-    return m_state == State::Left ? Order::Close : proceed();
+    m_id = m_closeReason = 0;
+    m_state = State::Unsent;
+    return proceed();
 }
 
-Publication::Order Publication::proceed() { return m_content ? Order::Send : Order::Nothing; }
+Publication::Order Publication::invoked()
+{
+    m_invoked = true;
+    return Order::Nothing;
+}
+
+Publication::Order Publication::expired()
+{
+    m_expired = true;
+    return m_transient || m_state == State::Left ? closed(expiry) : Order::Nothing;
+}
 
 Publication::Order Publication::close()
 {
-    m_content.reset();
+    dropContent();
     switch (m_state) {
     case State::Unsent:
-        m_closeReason = onRequest;
-        m_state = State::Gone;
-        return Order::Tell;
+        return gone(onRequest);
     case State::Shown:
-        m_closeReason = m_expired ? onRequest : m_closeReason;
-        m_state = m_expired ? State::Gone : State::Left;
-        return m_expired ? Order::Tell : Order::Close;
+        if (m_expired) {
+            gone(onRequest);
+            return Order::CloseAndTell;
+        }
+        m_state = State::Left;
+        return Order::Close;
     case State::Sent:
     case State::Updating:
         m_state = State::Closing;
@@ -122,42 +162,45 @@ Publication::Order Publication::closed(uint reason)
         m_closeReason = reason;
         return Order::Nothing;
     }
-    if (m_ahead > 0 && m_keptId) {
+    return gone(reason);
+}
+
+Publication::Order Publication::identifierLost()
+{
+    m_id = 0;
+    if (m_state == State::Left) {
+        return gone(onRequest);
+    }
+    m_state = m_state == State::Shown ? State::Unsent : m_state == State::Updating ? State::Sent : m_state;
+    return Order::Nothing;
+}
+
+Publication::Order Publication::serverLost()
+{
+    const bool underWay = isUnanswered();
+    m_id = 0;
+    if (m_state == State::Gone) {
         return Order::Nothing;
     }
-    m_closeReason = reason;
-    m_state = State::Gone;
-    return Order::Tell;
-}
-
-Publication::Order Publication::expired()
-{
-    m_expired = true;
-    return m_transient || m_state == State::Left ? closed(expiry) : Order::Nothing;
-}
-
-Publication::Order Publication::serverChanged()
-{
-    const bool left = m_state == State::Left || m_state == State::Closing;
-    m_formerId = m_id != 0 ? m_id : m_formerId;
-    m_id = 0;
-    m_ahead = 0;
-    ++m_sendings; // answers to earlier ones do not matter any more
-    m_state = left ? State::Gone : State::Unsent;
-    m_closeReason = left ? onRequest : 0;
-    return left ? Order::Tell : Order::Nothing;
-}
-
-Publication::Order Publication::confirmed(uint id)
-{
-    m_id = id;
-    m_formerId = 0;
-    m_state = State::Shown;
-    return proceed();
-}
-
-void Publication::lostIdentifier()
-{
-    m_id = 0;
+    if (m_state == State::Left || m_state == State::Closing) {
+        return gone(onRequest);
+    }
+    m_closeReason = 0;
+    m_expired = m_pending = false;
     m_state = State::Unsent;
+    if (underWay && ++m_losses == maximumLosses) {
+        m_losses = 0;
+        dropContent();
+        return Order::Warn;
+    }
+    return Order::Nothing;
+}
+
+Publication::Order Publication::serverFound()
+{
+    m_pending = m_state == State::Unsent && m_content;
+    if (m_pending && m_heard) {
+        m_content->hints.insert(protocol::hint::suppressSound(), true);
+    }
+    return proceed();
 }

@@ -4,16 +4,12 @@
 #include "standins/notifications/foreign.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QLoggingCategory>
 #include <QtCore/QUrl>
-#include <QtDBus/QDBusMetaType>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <numeric>
-
-Q_DECLARE_LOGGING_CATEGORY(vorn)
 
 namespace hint = protocol::hint;
 
@@ -73,27 +69,31 @@ void insertOwnHints(QVariantMap &hints, const NotificationContent &content)
         hints.insert(hint::remoteActions(), remoteActionsText(content.remoteActions));
     }
     for (auto own = content.hints.cbegin(); own != content.hints.cend(); ++own) {
-        if (QDBusMetaType::typeToSignature(own->userType())) {
-            hints.insert(own.key(), own.value());
-        } else {
-            qCWarning(vorn) << "Hint" << own.key() << "is of a type that D-Bus lacks";
-        }
+        hints.insert(own.key(), own.value());
     }
 }
 
-/// An upper bound of the bytes that a value takes on the wire.
+/// An upper bound of the bytes that a value takes on the wire. Nearly all values are plain ones.
 qint64 wireSize(const QVariant &value)
 {
     constexpr qint64 overhead = 64; // lengths, signature, padding
-    qint64 size = overhead + 3LL * (value.userType() == QMetaType::QString ? value.toString().size() : 0);
-    const bool isMap = value.userType() == QMetaType::QVariantMap;
-    const QVariantMap map = isMap ? value.toMap() : QVariantMap();
-    for (auto member = map.cbegin(); member != map.cend(); ++member) {
-        size += wireSize(member.key()) + wireSize(member.value());
+    const auto sizeOfList = [](const auto &list) {
+        return std::accumulate(list.cbegin(), list.cend(), overhead,
+                               [](qint64 sum, const QVariant &element) { return sum + wireSize(element); });
+    };
+    switch (value.userType()) {
+    case QMetaType::QString:
+        return overhead + 3LL * static_cast<const QString *>(value.constData())->size();
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList:
+        return sizeOfList(value.toList());
+    case QMetaType::QVariantMap: {
+        const QVariantMap map = value.toMap();
+        return sizeOfList(map.keys()) + sizeOfList(map);
     }
-    const QVariantList list = isMap ? QVariantList() : value.toList();
-    return std::accumulate(list.cbegin(), list.cend(), size,
-                           [](qint64 sum, const QVariant &element) { return sum + wireSize(element); });
+    default:
+        return overhead;
+    }
 }
 
 } // namespace
@@ -101,8 +101,12 @@ qint64 wireSize(const QVariant &value)
 bool exceedsMessage(const DesktopNotification &wire)
 {
     constexpr qint64 largestArray = 1LL << 26; // the protocol's; a message holds twice as much
-    return wireSize(QVariantList{wire.appName, wire.appIcon, wire.summary, wire.body, wire.actions, wire.hints}) >
-           largestArray;
+    const QString *const texts[] = {&wire.appName, &wire.appIcon, &wire.summary, &wire.body};
+    qint64 size = 0;
+    for (const QString *const text : texts) {
+        size += 3LL * text->size();
+    }
+    return size + wireSize(wire.actions) + wireSize(wire.hints) > largestArray;
 }
 
 /// Not asked of the application object, which there may not be, nor of the file system, where the program may be
@@ -113,7 +117,8 @@ QString ownerName()
     return name.isEmpty() ? QStringLiteral("unnamed") : name;
 }
 
-DesktopNotification toWire(const NotificationContent &content, uint replacesId, const Capabilities &server)
+DesktopNotification toWire(const NotificationContent &content, uint replacesId, const QVector<Button> &buttons,
+                           const Capabilities &server)
 {
     DesktopNotification wire;
     wire.id = replacesId;
@@ -132,7 +137,7 @@ DesktopNotification toWire(const NotificationContent &content, uint replacesId, 
     if (server.isOurs()) {
         insertOwnHints(wire.hints, content);
     } else {
-        adaptToForeign(wire, content, server);
+        adaptToForeign(wire, content, buttons, server);
     }
     return wire;
 }

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "standins/notifications/buttons.h"
 #include "standins/notifications/capabilities.h"
 #include "standins/notifications/notification_p.h"
 #include "standins/protocol/desktopnotification.h"
 
-/// `content` as the arguments of `Notify`, to replace what is shown under `replacesId` unless that is 0.
-DesktopNotification toWire(const NotificationContent &content, uint replacesId, const Capabilities &server);
+/// `content` as the arguments of `Notify`, to replace the notification `replacesId` unless that is 0. `buttons` are
+/// those of the content, for `server`.
+DesktopNotification toWire(const NotificationContent &content, uint replacesId, const QVector<Button> &buttons,
+                           const Capabilities &server);
 /// Whether it might not fit into a D-Bus message, which would cost the whole connection.
 bool exceedsMessage(const DesktopNotification &wire);
 

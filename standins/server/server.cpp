@@ -13,6 +13,9 @@ namespace hint = protocol::hint;
 namespace
 {
 
+/// Half of what fits into a D-Bus array.
+constexpr int maximumListSize = 32 * 1024 * 1024;
+
 bool fail(QString *error, const QString &message)
 {
     if (error) {
@@ -132,11 +135,18 @@ void Server::close(uint id, protocol::CloseReason reason)
 NotificationKeys Server::GetNotifications(const QString &owner) const
 {
     NotificationKeys keys;
+    int size = 0;
     for (const Entry &entry : m_entries) {
         const QVariantMap &hints = entry.notification.hints;
         if (!owner.isEmpty() && hints.value(protocol::hint::owner()).toString() == owner) {
-            keys.insert(entry.notification.id, entry.notification.key());
+            const QString key = entry.notification.key();
+            size += 2 * key.size();
+            keys.insert(entry.notification.id, key);
         }
+    }
+    if (size > maximumListSize && calledFromDBus()) {
+        sendErrorReply(QDBusError::LimitsExceeded, QStringLiteral("More is held than a D-Bus message can be"));
+        return {};
     }
     return keys;
 }

@@ -3,7 +3,9 @@
 
 #include "standins/protocol/desktopnotification.h"
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QThread>
 
 bool settle(const QDBusConnection &client, QString *error)
 {
@@ -11,6 +13,11 @@ bool settle(const QDBusConnection &client, QString *error)
         QDBusMessage::createMethodCall(protocol::callee(client, protocol::service()), protocol::objectPath(),
                                        protocol::service(), "GetServerInformation");
     const QDBusMessage answer = client.call(question, QDBus::Block, 5000);
+    // The client library receives on a thread of its own, and emits signals in the turn after that.
+    if (QThread *const thread = qApp->findChild<QThread *>(QStringLiteral("notifications"))) {
+        QMetaObject::invokeMethod(QAbstractEventDispatcher::instance(thread), [] {}, Qt::BlockingQueuedConnection);
+    }
+    QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     if (error) {

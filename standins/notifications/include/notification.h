@@ -14,7 +14,7 @@
 #endif
 
 class NotificationPrivate;
-class Publications;
+class Publisher;
 
 /// One notification of the desktop notification server (freedesktop.org Desktop Notifications 1.2).
 /// Setters only change this object; `publish()` sends it. To be used on one thread, which runs an event loop
@@ -34,10 +34,8 @@ public:
     QString appName() const;
     void setAppName(const QString &name);
     /// Absolute file path, `file:` URI or name in the icon theme.
-    QString appIcon() const;
     void setAppIcon(const QString &icon);
     /// The notification's own picture: absolute file path, `file:` URI or name in the icon theme.
-    QString icon() const;
     void setIcon(const QString &icon);
     QString summary() const;
     void setSummary(const QString &summary);
@@ -47,11 +45,8 @@ public:
     QString subText() const;
     void setSubText(const QString &subText);
     /// What a short pop-up shows instead of summary and body.
-    QString previewSummary() const;
     void setPreviewSummary(const QString &summary);
-    QString previewBody() const;
     void setPreviewBody(const QString &body);
-    QString category() const;
     void setCategory(const QString &category);
 
     /// Normal unless set.
@@ -60,16 +55,12 @@ public:
     /// 0 unless set.
     int itemCount() const;
     void setItemCount(int count);
-    QDateTime timestamp() const;
     void setTimestamp(const QDateTime &timestamp);
     /// A `double` from 0 to 1, or the `int` -1 for progress of unknown extent; null unless set.
-    QVariant progress() const;
     void setProgress(const QVariant &progress);
     /// Whether it stays after one of its actions was invoked.
-    bool isResident() const;
     void setResident(bool resident);
     /// Whether the server shows it without keeping it.
-    bool isTransient() const;
     void setIsTransient(bool transient);
 
     /// Null when there is no such hint.
@@ -110,7 +101,6 @@ Q_SIGNALS:
     void closed(uint reason);
 
 private:
-    friend class Publication;
-    friend class Publications;
+    friend class Publisher;
     std::unique_ptr<NotificationPrivate> d;
 };
