@@ -33,9 +33,9 @@ STEPS = {
     "plug-in: fields and hints": (ADD, "remoteActions", "setSmallIcon", "setLargeIcon", PUBLISH),
     "plug-in: actions": ("remoteActions",),
     "plug-in: icons": ("setSmallIcon", "setLargeIcon"),
-    "client library": (PUBLISH, "QDBusConnection::asyncCall", "BoundedWait::isAnswered"),
-    "Qt and libdbus: writing and sending the message": ("QDBusConnection::asyncCall",),
-    "waiting for the identifier": ("BoundedWait::isAnswered",),
+    "client library": (PUBLISH, "QDBusConnection::callWithCallback", "Inbox::await"),
+    "Qt and libdbus: writing and sending the message": ("QDBusConnection::callWithCallback",),
+    "waiting for the identifier": ("Inbox::await",),
 }
 
 

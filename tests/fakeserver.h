@@ -5,6 +5,7 @@
 
 #include <QtCore/QThread>
 #include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusServer>
 #include <QtDBus/QDBusVirtualObject>
 
@@ -12,42 +13,44 @@
 #include <functional>
 #include <memory>
 
-/// A notification server that answers what and when a test says, on a thread of its own: at the far end of a peer
-/// connection, or on a bus. It can be made to pay no attention to calls for a while.
+/// A notification server that answers as a test says, on a thread of its own: at the far end of a peer connection, or
+/// on a bus. It can be made to pay no attention to calls for a while.
 class FakeServer : public QDBusVirtualObject
 {
 public:
-    explicit FakeServer(const QStringList &capabilities, const QString &bus = {},
-                        const QMap<uint, DesktopNotification> &remembered = {})
-        : shown(remembered)
-        , m_capabilities(capabilities)
+    explicit FakeServer(const QStringList &capabilities, const QString &bus = {})
+        : m_capabilities(capabilities)
     {
         registerDesktopNotificationTypes();
         moveToThread(&m_thread);
         m_thread.start();
-        run([this, bus] { bus.isEmpty() ? listen() : serve(bus); });
+        run([this, bus] { bus.isEmpty() ? listen() : attach(QDBusConnection::connectToBus(bus, nextName())); });
     }
     ~FakeServer() override
     {
-        leave();
+        run([this] {
+            m_listener.reset();
+            QDBusConnection::disconnectFromBus(m_peer.name());
+            m_peer = QDBusConnection("");
+        });
         m_thread.quit();
         m_thread.wait();
     }
-    /// Handles nothing any more; returns what is shown.
-    QMap<uint, DesktopNotification> leave()
-    {
-        QMap<uint, DesktopNotification> last;
-        run([&] {
-            m_waiting.clear();
-            m_listener.reset();
-            m_peer.baseService().isEmpty() || m_peer.unregisterService(protocol::service());
-            QDBusConnection::disconnectFromBus(m_peer.name());
-            m_peer = QDBusConnection("");
-            last.swap(shown);
-        });
-        return last;
-    }
     QString address() const { return m_listener->address(); }
+
+    /// On a bus: takes the name from its owner, or leaves it.
+    void takeName()
+    {
+        run([this] {
+            using Interface = QDBusConnectionInterface;
+            m_peer.interface()->registerService(protocol::service(), Interface::ReplaceExistingService,
+                                                Interface::AllowReplacement);
+        });
+    }
+    void leaveName()
+    {
+        run([this] { m_peer.unregisterService(protocol::service()); });
+    }
 
     /// Calls wait from now on.
     void hold() { m_holding = true; }
@@ -79,6 +82,23 @@ public:
         message.setArguments(arguments);
         run([&] { m_peer.send(message); });
     }
+    /// Shows a notification and answers with its identifier.
+    uint show(const QDBusMessage &notify)
+    {
+        const QVariantList a = notify.arguments();
+        const uint replaced = a[1].toUInt();
+        const uint id = replaced != 0 && (keepsIds || shown.contains(replaced)) ? replaced : ++m_lastId;
+        shown[id] = {id, {}, {}, a[3].toString(), a[4].toString(), a[5].toStringList(), qdbus_cast<QVariantMap>(a[6]),
+                     0};
+        m_peer.send(notify.createReply(id));
+        return id;
+    }
+    void answer(const QDBusMessage &answer) { m_peer.send(answer); }
+    /// Handles `Notify`; without a handler, `show` does.
+    void onNotify(const std::function<void(const QDBusMessage &)> &handler)
+    {
+        run([&] { m_onNotify = handler; });
+    }
     void run(const std::function<void()> &work)
     {
         const bool here = QThread::currentThread() == &m_thread;
@@ -88,81 +108,76 @@ public:
     }
 
     std::atomic<bool> keepsIds = false; ///< gives a closed identifier to an update again
-    std::atomic<QDBusMessage (*)(const QDBusMessage &notify)> answer = nullptr; ///< instead of showing anything
     QMap<uint, DesktopNotification> shown;
     QStringList calls; ///< of methods, but for those that merely ask; of identifiers to close, these too
+    // Set these on the server's thread.
+    QString ignores;            ///< the method of which one call is never answered
+    bool dismissesNext = false; ///< the user dismisses the next notification at once
 
     QString introspect(const QString & /*path*/) const override { return {}; }
     bool handleMessage(const QDBusMessage &call, const QDBusConnection & /*connection*/) override
     {
         const bool asksNothing = call.member() == "GetServerInformation"; // but tells whether all has arrived
         const bool waits = m_holding && !asksNothing;
-        !m_peer.isConnected() ? void() : waits ? m_waiting.append(call) : handle(call);
+        waits ? m_waiting.append(call) : handle(call);
         asksNothing && !call.isReplyRequired() ? release() : void(); // reminded
         return true;
     }
 
 private:
+    static QString nextName()
+    {
+        static int count = 0;
+        return QString("server %1").arg(++count);
+    }
     void listen()
     {
         m_listener = std::make_unique<QDBusServer>("unix:tmpdir=/tmp");
         connect(m_listener.get(), &QDBusServer::newConnection, this,
                 [this](const QDBusConnection &peer) { attach(peer); });
     }
-    void serve(const QString &bus)
-    {
-        attach(QDBusConnection::connectToBus(bus, bus + QString::number(++buses)));
-        m_peer.registerService(protocol::service());
-    }
     void attach(const QDBusConnection &connection)
     {
         m_peer = connection;
         m_peer.registerVirtualObject("/", this, QDBusConnection::SubPath);
+        m_peer.baseService().isEmpty() ? void() : takeName();
     }
     void handle(const QDBusMessage &call)
     {
-        const QVariantList arguments = call.arguments();
-        QDBusMessage reply = call.createReply();
-        if (call.member() == "GetCapabilities") {
-            reply << m_capabilities;
-        } else if (call.member() == "GetNotifications") {
-            NotificationKeys keys;
-            for (const DesktopNotification &notification : qAsConst(shown)) {
-                const QString key = notification.hints["x-vorn-origin-key"].toString();
-                notification.hints["x-vorn-owner"] == arguments[0] ? void(keys.insert(notification.id, key)) : void();
-            }
-            reply << QVariant::fromValue(keys);
+        const uint id = call.arguments().value(0).toUInt();
+        if (call.member() == ignores) {
+            ignores.clear();
         } else if (call.member() == "Notify") {
             calls << "Notify";
-            const auto answering = answer.load();
-            reply = answering ? answering(call) : call.createReply(show(arguments));
+            if (m_onNotify) {
+                m_onNotify(call);
+            } else if (const uint shows = show(call); std::exchange(dismissesNext, false)) {
+                close(shows);
+            }
         } else if (call.member() == "CloseNotification") {
-            calls << QString("Close %1").arg(arguments[0].toUInt());
-            shown.contains(arguments[0].toUInt()) ? close(arguments[0].toUInt(), 3) : void();
+            calls << QString("Close %1").arg(id);
+            shown.contains(id) ? close(id, 3) : void();
         } else if (call.interface() == "com.velmo.lumd") {
-            calls << call.member() + ' ' + QVariant(arguments).toStringList().join(' ');
+            calls << call.member() + ' ' + QVariant(call.arguments()).toStringList().join(' ');
+        } else if (call.member() == "GetNotifications") {
+            NotificationKeys keys;
+            for (const DesktopNotification &one : qAsConst(shown)) {
+                const QString key = one.hints["x-vorn-origin-key"].toString();
+                one.hints["x-vorn-owner"] == call.arguments()[0] ? void(keys.insert(one.id, key)) : void();
+            }
+            answer(call.createReply(QVariant::fromValue(keys)));
+        } else {
+            const bool asksCapabilities = call.member() == "GetCapabilities";
+            answer(asksCapabilities ? call.createReply(m_capabilities) : call.createReply());
         }
-        m_peer.send(reply);
-    }
-    uint show(const QVariantList &a)
-    {
-        const uint replaced = a[1].toUInt();
-        const uint id = replaced != 0 && (keepsIds || shown.contains(replaced)) ? replaced : ++m_lastId;
-        DesktopNotification &one = shown[id];
-        one.id = id;
-        one.summary = a[3].toString();
-        one.body = a[4].toString();
-        one.actions = a[5].toStringList();
-        one.hints = qdbus_cast<QVariantMap>(a[6]);
-        return id;
     }
 
-    inline static int buses = 0;
     const QStringList m_capabilities;
+    std::function<void(const QDBusMessage &)> m_onNotify;
     QThread m_thread;
     std::unique_ptr<QDBusServer> m_listener;
     QDBusConnection m_peer{""};
     QList<QDBusMessage> m_waiting;
     std::atomic<bool> m_holding = false, m_ran = false;
-    uint m_lastId = shown.isEmpty() ? 0 : shown.lastKey();
+    uint m_lastId = 0;
 };
