@@ -30,10 +30,11 @@ set linetype 6 lc "#9085e9" lw 2 pt 7 ps 0.6
 
 # The steps of an add: the cost of each first function, without the functions after it, which it calls.
 STEPS = {
-    "plug-in: fields and hints": (ADD, "remoteActions", "setSmallIcon", "setLargeIcon", PUBLISH),
-    "plug-in: actions": ("remoteActions",),
+    "plug-in: fields and hints": (ADD, "remoteActions(", "setSmallIcon", "setLargeIcon", PUBLISH),
+    "plug-in: actions": ("remoteActions(",),
     "plug-in: icons": ("setSmallIcon", "setLargeIcon"),
-    "client library": (PUBLISH, "QDBusConnection::callWithCallback", "Inbox::await"),
+    "client library": (PUBLISH, "remoteActionsText", "QDBusConnection::callWithCallback", "Inbox::await"),
+    "client library: actions as JSON": ("remoteActionsText",),
     "Qt and libdbus: writing and sending the message": ("QDBusConnection::callWithCallback",),
     "waiting for the identifier": ("Inbox::await",),
 }

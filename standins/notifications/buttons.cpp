@@ -40,7 +40,7 @@ QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &s
         const bool isTap = name == QLatin1String("default");
         const QString label = text(action, "displayName");
         if (label.isEmpty()) {
-            continue; // nobody could tell what it does
+            continue; // nobody could tell its purpose
         }
         if (!action.contains(QStringLiteral("input"))) {
             if (!isTap) {

@@ -10,14 +10,14 @@
 struct Button {
     QString key; ///< the action's name in the protocol
     QString label;
-    QVariantMap action; ///< what it invokes, as `Notification::remoteAction` describes it
-    QString answer;     ///< what it answers to an action that takes text
+    QVariantMap action; ///< as `Notification::remoteAction` describes it
+    QString answer;     ///< the answer to an action that takes text
 };
 
 /// The key of the button that comes with a field to type into, on servers that have one.
 inline QString inlineReplyKey() { return QStringLiteral("inline-reply"); }
 
-/// What `remoteActions` become, the tap last. Actions that take text are
+/// The buttons for `remoteActions`, the tap last. Actions that take text are
 /// - a field to type into, where the server has one (it has one a notification),
 /// - one button for each of the first few choices, which answers with it,
 /// - where neither does, a button that does what a tap on the notification does: the application is the place to

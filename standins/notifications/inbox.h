@@ -60,7 +60,7 @@ private:
     std::vector<Receiver *> m_idle; ///< wait for no answer
     quint64 m_lastCall = 0;
     quint64 m_lastDropped = 0; ///< answers to this call and those before it are dropped
-    std::mutex m_mutex;        ///< guards what follows
+    std::mutex m_mutex;        ///< guards the members below
     std::condition_variable m_arrived;
     std::deque<Item> m_items;
     bool m_awaited = false;

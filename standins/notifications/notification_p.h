@@ -9,7 +9,7 @@
 
 class Publication;
 
-/// What a notification says.
+/// The content of a notification.
 struct NotificationContent {
     QString appName;
     QString appIcon;
@@ -33,6 +33,6 @@ struct NotificationContent {
 class NotificationPrivate : public NotificationContent
 {
 public:
-    uint id = 0;                              ///< what publishing replaces, as it was set
+    uint id = 0;                              ///< of the notification that publishing replaces
     std::shared_ptr<Publication> publication; ///< since it was published
 };

@@ -25,10 +25,7 @@ Publication::Publication(const NotificationContent &content, uint id)
 {
 }
 
-bool Publication::isOver() const
-{
-    return !m_object && (!isLive() || (m_state == State::Unsent && !m_content));
-}
+bool Publication::isOver() const { return !m_object && (!isLive() || (m_state == State::Unsent && !m_content)); }
 
 Publication::Order Publication::publish(const NotificationContent &content)
 {

@@ -11,7 +11,7 @@
 
 class Notification;
 
-/// The state of one notification at the server. Passive: events are reported to it, and it returns what to do next.
+/// The state of one notification at the server. Passive: events are reported to it, and it returns the next step.
 ///
 /// | state    | published    | identified        | refused            | to be closed | reported closed |
 /// |----------|--------------|-------------------|--------------------|--------------|-----------------|

@@ -113,7 +113,7 @@ void Publisher::publish(Notification *notification)
     waitUntil([&publication] { return !publication->isPending() && !publication->isUnanswered(); });
 }
 
-/// Handles what arrives, in order, until `reached`; waits for it as long as the server may hold up this thread. The
+/// Handles all items, in order, until `reached`; waits for it as long as the server may hold up this thread. The
 /// event loop handles the rest.
 template <typename Condition> void Publisher::waitUntil(Condition reached)
 {
@@ -215,7 +215,8 @@ void Publisher::onMissing()
     }
 }
 
-/// `server` may be alive and have lost no more than the name. It must not show twice what the next one shows.
+/// `server` may be alive and have lost no more than the name. Its notifications must not appear beside those of the
+/// next one.
 void Publisher::onLost(const QString &server)
 {
     m_wait.trust();
@@ -228,7 +229,7 @@ void Publisher::onLost(const QString &server)
     }
 }
 
-/// Closes what nobody knows, unless the caller of `list()` takes it: an earlier run has left it.
+/// Closes notifications that nobody knows, unless the caller of `list()` takes them: an earlier run has left them.
 void Publisher::onListed(const NotificationKeys &listed)
 {
     for (auto entry = listed.keyBegin(); entry != listed.keyEnd(); ++entry) {

@@ -173,7 +173,8 @@ ServerConnection::Event ServerConnection::receive(const Inbox::Item &item)
         m_question = 0;
         return onAnswer(item.message);
     }
-    return Event::Answer;
+    // The bus daemon answers nothing but questions, here an earlier one.
+    return item.message.service() == busService() ? Event::Nothing : Event::Answer;
 }
 
 ServerConnection::Event ServerConnection::onOwnerChanged(const QDBusMessage &signal)
@@ -186,8 +187,8 @@ ServerConnection::Event ServerConnection::onOwnerChanged(const QDBusMessage &sig
     return Event::Lost;
 }
 
-/// The steps of asking: who owns the name; if nobody does, whether a service can be started; what the owner can do; of
-/// a server of another kind, how it is called.
+/// The steps of asking: who owns the name; if nobody does, whether a service can be started; the capabilities of the
+/// owner; of a server of another kind, how it is called.
 ServerConnection::Event ServerConnection::onAnswer(const QDBusMessage &answer)
 {
     const QVariantList arguments = answer.arguments();
@@ -227,7 +228,7 @@ ServerConnection::Event ServerConnection::onCapabilities(const QDBusMessage &ans
     const QVariant names = answer.arguments().value(0);
     m_capabilities = names.type() == QVariant::StringList ? Capabilities(names.toStringList()) : Capabilities();
     if (m_capabilities.isOurs()) {
-        list(); // servers of another kind do not even refuse what they do not know
+        list(); // servers of another kind may never answer a method that they lack
         return found();
     }
     m_list = 0; // likewise, if it was asked already

@@ -8,8 +8,8 @@
 #include <QtCore/QTimer>
 #include <QtDBus/QDBusConnection>
 
-/// The notification server at the other end of a bus or a peer connection: asks who serves and how, sends, and tells
-/// what an item of the inbox means.
+/// The notification server at the other end of a bus or a peer connection: asks who serves and how, sends, and gives
+/// each item of the inbox its meaning.
 ///
 /// - On a bus, the owner of the name is the server. Its unique name comes from the bus daemon alone, and calls go
 ///   there: to another program, the identifiers mean something else.
