@@ -109,13 +109,13 @@ struct Program {
             delete object;
         }
     }
-    /// Returns when all is handled that was sent, in either direction, and what was sent because of it.
+    /// Returns when all messages in either direction are handled, those that they cause included.
     void settle() const
     {
         for (int i = 0; i < 4; ++i) {
             QVERIFY(::settle(connection));
         }
-        server->run([] {}); // so that what it has noted can be read
+        server->run([] {}); // its notes can be read now
     }
     /// On all servers.
     QString shown() const
@@ -427,8 +427,8 @@ private Q_SLOTS:
         }
     }
 
-    /// Whatever happens in whatever order: in the end, what the program shows is on the desktop, once and as it was
-    /// last, nothing else is, and the program is told of what the user dismissed, and of nothing else.
+    /// Events in random order. In the end the desktop shows the last version of each live notification once and nothing
+    /// else, and the program was told of each dismissal and of nothing else.
     void randomEvents_data()
     {
         QTest::addColumn<QStringList>("capabilities");
@@ -449,7 +449,7 @@ private Q_SLOTS:
         Program program(capabilities, bus ? bus->address : QString(), changing ? 3 : 1);
         program.server->keepsIds = capabilities == foreign;
         const auto change = [&] { program.changeServer(random.bounded(1, 3)); };
-        QMap<QString, QString> certain; // what nobody has touched since it was added
+        QMap<QString, QString> certain; // the untouched ones: in the end they are on the screen
         bool sure = true, stuck = false, changed = false;
         for (int step = 1; step <= qEnvironmentVariable("KAVREL_STEPS", "5000").toInt(); ++step) {
             const QString key(QChar('a' + random.bounded(6)));

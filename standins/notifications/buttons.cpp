@@ -62,7 +62,7 @@ QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &s
             buttons.append({name, label, tap, {}});
         }
     }
-    if (!tap.isEmpty()) { // some servers draw a button for it too, and one not for what follows it
+    if (!tap.isEmpty()) { // last: one server ignores the actions after it
         buttons.append({text(tap, "name"), QStringLiteral("Open"), tap, {}});
     }
     return buttons;

@@ -17,14 +17,15 @@ struct Button {
 /// The key of the button that comes with a field to type into, on servers that have one.
 inline QString inlineReplyKey() { return QStringLiteral("inline-reply"); }
 
-/// The buttons for `remoteActions`, the tap last. Actions that take text are
-/// - a field to type into, where the server has one (it has one a notification),
-/// - one button for each of the first few choices, which answers with it,
-/// - where neither does, a button that does what a tap on the notification does: the application is the place to
-///   type. Without an answer the action itself must not be invoked; an application might send an empty message.
-/// None on a server of our kind, which calls the methods itself, and on one without actions, which would open a dialog.
+/// Returns the buttons for `remoteActions`, the tap last. An action that takes text becomes
+/// - a field to type into, if the server has one (one for each notification),
+/// - or a button for each of the first few choices,
+/// - or a button that acts as a tap, so that the user types in the application. The action itself, invoked without an
+///   answer, might send an empty message.
+/// A server of our kind gets none, since it calls the methods itself; nor does one without actions, which would open a
+/// dialog.
 QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &server);
 
-/// The button that a signal of another's server, with this argument, means; null when none was offered: some servers
-/// report such all the same.
+/// Returns the button that this signal of another's server reports. Some servers report buttons that were not offered;
+/// the result is null then.
 const Button *pressed(const QVector<Button> &buttons, const QString &signal, const QString &argument);

@@ -6,7 +6,7 @@
 #include <QtCore/QStringList>
 
 /// A notification server as it describes itself: the list of `GetCapabilities`, name and vendor of
-/// `GetServerInformation`. The predicates say what follows for the notifications that it is sent.
+/// `GetServerInformation`. The predicates are the consequences for its notifications.
 class Capabilities
 {
 public:

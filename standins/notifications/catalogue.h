@@ -18,8 +18,8 @@ public:
     /// All, in the order of publishing.
     std::vector<PublicationPtr> all() const;
 
-    /// Puts a publication where it is found after an event, or away if it is over; `formerId` is its identifier before.
-    /// An identifier belongs to the publication that the server gave it to last. Returns the one that loses it.
+    /// Files a publication after an event, or drops it if it is over; `formerId` is its identifier before the event. An
+    /// identifier belongs to the publication that the server gave it to last. Returns the one that loses it.
     PublicationPtr update(const PublicationPtr &publication, uint formerId);
     void clear();
 

@@ -16,7 +16,7 @@ struct Renaming {
     const char *standard;
 };
 
-/// Icons of the platform's theme, and what the icon naming specification has instead.
+/// Icons of the platform's theme, and their counterparts in the icon naming specification.
 constexpr Renaming icons[] = {
     {"icon-s-android", "phone"},
     {"icon-lock-warning", "dialog-warning"},
@@ -94,8 +94,8 @@ void adaptTexts(DesktopNotification &wire, const NotificationContent &content, c
     }
 }
 
-/// Of people, the face is what matters: where there is one place, that goes there. All servers take paths, but not all
-/// take URIs, and one never answers when the picture is the name of an icon.
+/// A sender's face matters most: on servers with one place for a picture, it goes there. All servers take paths, but
+/// not all take URIs, and one never answers when the picture is the name of an icon.
 void adaptPictures(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
     const QString appIcon = server.has(Capabilities::IconUri) ? wire.appIcon : content.appIcon;

@@ -11,6 +11,6 @@ constexpr int transientMs = 4000;
 /// Some servers never take it away, so we do. Others show one at a time, so it gets time to wait for two before it.
 constexpr int transientLimitMs = 30000;
 
-/// Makes of `wire` what shows `content` best on a server that is not ours: it knows the protocol and nothing else.
+/// Gives `wire` the form that shows `content` best on a server that knows only the protocol.
 void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const QVector<Button> &buttons,
                     const Capabilities &server);

@@ -37,8 +37,8 @@ public:
 
     using Change = bool (QDBusConnection::*)(const QString &, const QString &, const QString &, const QString &,
                                              const QStringList &, const QString &, QObject *, const char *);
-    /// Connects to signals, or disconnects from them. Without a sender: Qt would ask the bus daemon who that is, and
-    /// wait for the answer without a bound.
+    /// Connects to signals, or disconnects from them. They name no sender: Qt would ask the bus
+    /// daemon for its unique name, and wait for the answer without a bound.
     void listen(Change change, QDBusConnection connection, const QString &path, const QString &interface,
                 const QString &signal, const QStringList &arguments);
     /// Sends a call; returns its number. Numbers grow. Without a time limit: a late answer is worth having, too.

@@ -10,9 +10,9 @@
 #include <deque>
 #include <map>
 
-/// Publications on their way to the server: those that wait, and those that are sent and not answered. At most so many
-/// calls are under way that neither server nor bus is flooded. The others wait in their records, and each answer makes
-/// room for the next: nothing is given up because there is much of it.
+/// Publications on their way to the server: those that wait, and those that are sent and not answered. The number
+/// of calls under way is limited, for the sake of the server and the bus. The others wait in their records, and each
+/// answer makes room for the next, so no notification is given up because there are many.
 class Outbox : public QObject
 {
     Q_OBJECT

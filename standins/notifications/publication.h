@@ -69,7 +69,7 @@ public:
     }
     /// Whether it is wanted on the screen.
     bool isLive() const { return m_state != State::Left && m_state != State::Gone; }
-    /// Whether nothing can happen any more that matters to anybody. An object that is yet to be told keeps it.
+    /// Whether no further event matters. An object that is yet to be told keeps the publication.
     bool isOver() const;
     /// The object that published it last; null once that is destroyed.
     Notification *object() const { return m_object; }

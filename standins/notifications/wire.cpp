@@ -16,7 +16,7 @@ namespace hint = protocol::hint;
 namespace
 {
 
-/// Icons travel as URIs or theme names. Encoded, since a file name may hold what means something in a URI.
+/// Icons travel as URIs or theme names. They are encoded, since file names may hold characters with a meaning in URIs.
 QString iconUri(const QString &icon)
 {
     return icon.startsWith(QLatin1Char('/')) ? QUrl::fromLocalFile(icon).toString(QUrl::FullyEncoded) : icon;
@@ -49,7 +49,7 @@ void insertStandardHints(QVariantMap &hints, const NotificationContent &content)
     }
 }
 
-/// What another server would not know.
+/// Servers of another kind do not know these hints.
 void insertOwnHints(QVariantMap &hints, const NotificationContent &content)
 {
     hints.insert(hint::owner(), ownerName());

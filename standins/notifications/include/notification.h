@@ -44,7 +44,7 @@ public:
     void setBody(const QString &body);
     QString subText() const;
     void setSubText(const QString &subText);
-    /// What a short pop-up shows instead of summary and body.
+    /// A short pop-up shows these instead of summary and body.
     void setPreviewSummary(const QString &summary);
     void setPreviewBody(const QString &body);
     void setCategory(const QString &category);
@@ -91,8 +91,8 @@ public:
     /// Asks the server to close the notification; does not wait.
     void close();
 
-    /// What the server holds for this application, also from an earlier run; on servers that cannot tell, what
-    /// this process has published. The caller owns the objects.
+    /// The application's notifications on the server, those of an earlier run included; on servers that cannot list
+    /// them, those of this process. The caller owns the objects.
     static QList<QObject *> notifications();
 
 Q_SIGNALS:
