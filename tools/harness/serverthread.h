@@ -14,8 +14,6 @@ public:
     ServerThread();
     /// Closes the connections of all peers, and ends the thread.
     ~ServerThread();
-    ServerThread(const ServerThread &) = delete;
-    ServerThread &operator=(const ServerThread &) = delete;
 
     /// Listens on an address of its own choice.
     bool listen(QString *error);

@@ -4,19 +4,15 @@
 #include <algorithm>
 
 Screen::Screen(Output *output)
-    : m_output(output)
 {
-    connect(server.server(), &Server::shown, this, &Screen::onShown);
-    connect(server.server(), &Server::NotificationClosed, this, &Screen::onClosed);
+    connect(server.server(), &Server::shown, this,
+            [this, output](const DesktopNotification &notification, bool replaced) {
+                m_shown.insert(notification.id, notification);
+                output->shown(notification, replaced);
+            });
+    connect(server.server(), &Server::NotificationClosed, this,
+            [this, output](uint id, uint reason) { output->closed(m_shown.take(id), reason); });
 }
-
-void Screen::onShown(const DesktopNotification &notification, bool replaced)
-{
-    m_shown.insert(notification.id, notification);
-    m_output->shown(notification, replaced);
-}
-
-void Screen::onClosed(uint id, uint reason) { m_output->closed(m_shown.take(id), reason); }
 
 bool Screen::act(const QString &verb, const QString &key, const QString &action, const QString &text, QString *error)
 {

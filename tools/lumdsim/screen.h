@@ -19,9 +19,5 @@ public:
     ServerThread server;
 
 private:
-    void onShown(const DesktopNotification &notification, bool replaced);
-    void onClosed(uint id, uint reason);
-
-    Output *m_output;
     QMap<uint, DesktopNotification> m_shown;
 };

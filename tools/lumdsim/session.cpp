@@ -7,6 +7,7 @@
 #include <QtCore/QFileInfo>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <unistd.h>
 
@@ -56,13 +57,13 @@ void Session::read()
 
 void Session::playNext()
 {
-    const int end = m_buffer.indexOf('\n');
-    if (end < 0) {
+    const int length = m_buffer.indexOf('\n');
+    if (length < 0) {
         m_notifier.setEnabled(true);
         return;
     }
-    const QByteArray line = m_buffer.left(end);
-    m_buffer.remove(0, end + 1);
+    const QByteArray line = m_buffer.left(length);
+    m_buffer.remove(0, length + 1);
     ++m_line;
     Event event;
     QString error;
