@@ -48,8 +48,8 @@ def text(s):
 
 
 def headline(s):
-    add(s, text="")
-    s.until(lambda: s.shows(CHAT["title"]), "not the title alone")
+    add(s, title="Lone <b>title</b>", text="")
+    s.until(lambda: s.shows("Lone <b>title</b>"), "not the title alone")
 
 
 def alike(s):

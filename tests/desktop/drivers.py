@@ -454,6 +454,10 @@ class Pixels(Desktop):
 
 
 class Cinnamon(Desktop):
+    def items(self):
+        return [(text, item) for text, item in super().items()
+                if item.get_state_set().contains(Atspi.StateType.SHOWING)]
+
     def perform(self, text):
         (super().perform if text else lambda x: Pixels.perform(self, x))(text)
 
