@@ -135,6 +135,7 @@ void ServerConnection::list()
 
 quint64 ServerConnection::notify(const DesktopNotification &notification)
 {
+    qCDebug(vorn) << "Hints" << notification.hints; // Qt does not print maps within messages
     return send(call(QStringLiteral("Notify"),
                      {notification.appName, notification.id, notification.appIcon, notification.summary,
                       notification.body, notification.actions, notification.hints, notification.expireTimeout}));
