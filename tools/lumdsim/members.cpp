@@ -118,7 +118,7 @@ bool readMembers(const QJsonObject &object, const char *place, const std::vector
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         const auto member = findByName(members, entry.key());
         if (member == members.end()) {
-            *error = QString("\"%1\" is unknown here, \"%2\" takes %3").arg(entry.key(), place, names(members));
+            *error = QString(R"("%1" is unknown here, "%2" takes %3)").arg(entry.key(), place, names(members));
             return false;
         }
         QVariant field;

@@ -30,7 +30,7 @@ bool Screen::act(const QString &verb, const QString &key, const QString &action,
         for (int i = 1; i < actions.size(); i += 2) {
             texts.append(actions.at(i));
         }
-        *error = QString("the notification with the key \"%1\" has no action \"%2\"; it has: %3")
+        *error = QString(R"(the notification with the key "%1" has no action "%2"; it has: %3)")
                      .arg(key, action, texts.isEmpty() ? "none" : texts.join(", "));
         return false;
     }
