@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "standins/protocol/hints.h"
+#include "standins/protocol/desktopnotification.h"
 
 #include <QtCore/QStringList>
 
@@ -39,10 +39,8 @@ public:
     /// The protocol's close reason for the one that the server has reported.
     uint closeReason(uint reported) const
     {
-        constexpr uint expired = 1;
-        constexpr uint dismissed = 2;
-        const bool isDismissal = reported == 1 && (has(LowReasons) || has(NeverExpires));
-        return isDismissal ? dismissed : has(LowReasons) ? expired : reported;
+        const bool isDismissal = reported == protocol::Expired && (has(LowReasons) || has(NeverExpires));
+        return isDismissal ? protocol::Dismissed : has(LowReasons) ? protocol::Expired : reported;
     }
 
 private:

@@ -3,41 +3,47 @@
 
 #include <utility>
 
-PublicationPtr Catalogue::findOrphan(const QString &key) const
+PublicationPtr Catalogue::match(const PublicationPtr &fresh) const
 {
-    if (m_all.size() == static_cast<size_t>(m_identified.size())) {
-        return nullptr; // as nearly always
+    if (fresh->id() != 0) {
+        const PublicationPtr known = find(fresh->id());
+        return known ? known : fresh;
     }
-    for (const auto &[number, any] : m_all) {
-        const bool orphan = any->id() == 0 && !any->object() && any->state() != Publication::State::Closing;
-        if (orphan && any->hasKey() && any->key() == key) {
-            return any;
+    if (!fresh->key() || m_all.size() == static_cast<size_t>(m_identified.size())) {
+        return fresh; // as nearly always
+    }
+    for (const auto &[number, entry] : m_all) {
+        const Publication &any = *entry.publication;
+        const bool orphan = any.id() == 0 && !any.object() && any.state() != Publication::State::Closing;
+        if (orphan && any.key() == fresh->key()) {
+            return entry.publication;
         }
     }
-    return nullptr;
+    return fresh;
 }
 
 std::vector<PublicationPtr> Catalogue::all() const
 {
     std::vector<PublicationPtr> all;
-    for (const auto &entry : m_all) {
-        all.push_back(entry.second);
+    for (const auto &[number, entry] : m_all) {
+        all.push_back(entry.publication);
     }
     return all;
 }
 
-PublicationPtr Catalogue::update(const PublicationPtr &publication, uint formerId)
+PublicationPtr Catalogue::update(const PublicationPtr &publication)
 {
     const bool over = publication->isOver();
     const uint id = over || publication->state() == Publication::State::Gone ? 0 : publication->id();
-    if (formerId != id && find(formerId) == publication) {
-        m_identified.remove(formerId);
+    Entry &entry = m_all[publication->number()];
+    if (entry.id != id && find(entry.id) == publication) {
+        m_identified.remove(entry.id);
     }
+    entry = {publication, id};
     if (over) {
         m_all.erase(publication->number());
         return nullptr;
     }
-    m_all.try_emplace(publication->number(), publication);
     const PublicationPtr other = id != 0 ? std::exchange(m_identified[id], publication) : nullptr;
     return other != publication ? other : nullptr;
 }

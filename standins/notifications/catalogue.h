@@ -13,17 +13,22 @@ class Catalogue
 {
 public:
     PublicationPtr find(uint id) const { return m_identified.value(id); }
-    /// The one without identifier under `key` whose object is gone: the next version takes its place.
-    PublicationPtr findOrphan(const QString &key) const;
+    /// The publication of which `fresh` is another version: by its identifier, or without one by its key, if that one
+    /// has no identifier and its object is gone. Else `fresh` itself.
+    PublicationPtr match(const PublicationPtr &fresh) const;
     /// All, in the order of publishing.
     std::vector<PublicationPtr> all() const;
 
-    /// Files a publication after an event, or drops it if it is over; `formerId` is its identifier before the event. An
-    /// identifier belongs to the publication that the server gave it to last. Returns the one that loses it.
-    PublicationPtr update(const PublicationPtr &publication, uint formerId);
+    /// Files a publication after an event, or drops it if it is over. An identifier belongs to the publication that the
+    /// server gave it to last. Returns the one that loses it.
+    PublicationPtr update(const PublicationPtr &publication);
     void clear();
 
 private:
-    std::map<quint64, PublicationPtr> m_all; ///< by number
+    struct Entry {
+        PublicationPtr publication;
+        uint id = 0; ///< under which it is filed
+    };
+    std::map<quint64, Entry> m_all; ///< by number
     QHash<uint, PublicationPtr> m_identified;
 };

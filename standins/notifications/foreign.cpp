@@ -151,5 +151,5 @@ void adaptToForeign(DesktopNotification &wire, const NotificationContent &conten
     // KDE's server reports a click on its close button like an expiry once the pop-up has gone into the list.
     const bool stays =
         (!server.contains("persistence") && server.contains("actions")) || server.contains(inlineReplyKey());
-    wire.expireTimeout = content.transient ? transientMs : stays ? 0 : -1;
+    wire.expireTimeout = content.transient ? protocol::transientMs : stays ? 0 : -1;
 }

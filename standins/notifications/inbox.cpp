@@ -106,9 +106,8 @@ void Inbox::append(const Item &item)
 {
     const std::lock_guard lock(m_mutex);
     m_items.push_back(item);
-    if (m_awaited) {
-        m_arrived.notify_one();
-    } else if (!std::exchange(m_posted, true)) {
+    m_arrived.notify_one();
+    if (!std::exchange(m_posted, true)) {
         QCoreApplication::postEvent(m_reader, new QEvent(QEvent::User));
     }
 }
@@ -123,15 +122,9 @@ bool Inbox::next(Item *item)
 bool Inbox::await(Item *item, const QDeadlineTimer &deadline)
 {
     std::unique_lock lock(m_mutex);
-    m_awaited = true;
     m_arrived.wait_for(lock, std::chrono::nanoseconds(deadline.remainingTimeNSecs()),
                        [this] { return !m_items.empty(); });
-    m_awaited = false;
-    const bool taken = take(item);
-    if (!m_items.empty() && !std::exchange(m_posted, true)) {
-        QCoreApplication::postEvent(m_reader, new QEvent(QEvent::User));
-    }
-    return taken;
+    return take(item);
 }
 
 /// Takes out the first item that counts. Its receiver is free for another call.

@@ -29,7 +29,7 @@ public:
         Receiver *receiver = nullptr;
     };
 
-    /// `reader` gets a `QEvent::User` when there is something to read that no `await()` waits for.
+    /// `reader` gets a `QEvent::User` when something has arrived.
     explicit Inbox(QObject *reader);
     ~Inbox();
     Inbox(const Inbox &) = delete;
@@ -63,6 +63,5 @@ private:
     std::mutex m_mutex;        ///< guards the members below
     std::condition_variable m_arrived;
     std::deque<Item> m_items;
-    bool m_awaited = false;
     bool m_posted = false; ///< the reader's event is under way
 };

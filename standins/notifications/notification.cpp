@@ -10,12 +10,7 @@ Notification::Notification(QObject *parent)
 {
 }
 
-Notification::~Notification()
-{
-    if (Publisher *const publisher = Publisher::existing()) {
-        publisher->forget(this);
-    }
-}
+Notification::~Notification() { Publisher::forget(this); }
 
 QString Notification::appName() const { return d->appName; }
 void Notification::setAppName(const QString &name) { d->appName = name; }
@@ -54,9 +49,7 @@ void Notification::setHintValue(const QString &hint, const QVariant &value)
 
 void Notification::setReplacesId(uint id)
 {
-    if (Publisher *const publisher = Publisher::existing()) {
-        publisher->forget(this);
-    }
+    Publisher::forget(this);
     d->publication.reset();
     d->id = id;
 }

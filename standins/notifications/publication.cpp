@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/publication.h"
 
-#include "standins/protocol/hints.h"
+#include "standins/protocol/desktopnotification.h"
 
 #include <utility>
 
 namespace
 {
 
-constexpr uint expiry = 1; ///< reason of closing
-constexpr uint onRequest = 3;
 constexpr int maximumLosses = 3;
 
 quint64 lastNumber = 0;
@@ -20,9 +18,10 @@ Publication::Publication(const NotificationContent &content, uint id)
     : m_number(++lastNumber)
     , m_state(id == 0 ? State::Unsent : State::Shown)
     , m_id(id)
-    , m_hasKey(content.hints.contains(protocol::hint::originKey()))
-    , m_key(content.hints.value(protocol::hint::originKey()).toString())
 {
+    if (content.hints.contains(protocol::hint::originKey())) {
+        m_key = content.hints.value(protocol::hint::originKey()).toString();
+    }
 }
 
 bool Publication::isOver() const { return !m_object && (!isLive() || (m_state == State::Unsent && !m_content)); }
@@ -112,7 +111,7 @@ Publication::Order Publication::refused()
         return closing ? Order::Close : proceed();
     }
     if (!m_pending && (closing || m_closeReason != 0)) {
-        return gone(closing ? onRequest : m_closeReason);
+        return gone(closing ? protocol::OnRequest : m_closeReason);
     }
     m_id = m_closeReason = 0;
     m_state = State::Unsent;
@@ -128,7 +127,7 @@ Publication::Order Publication::invoked()
 Publication::Order Publication::expired()
 {
     m_expired = true;
-    return m_transient || m_state == State::Left ? closed(expiry) : Order::Nothing;
+    return m_transient || m_state == State::Left ? closed(protocol::Expired) : Order::Nothing;
 }
 
 Publication::Order Publication::close()
@@ -136,10 +135,10 @@ Publication::Order Publication::close()
     dropContent();
     switch (m_state) {
     case State::Unsent:
-        return gone(onRequest);
+        return gone(protocol::OnRequest);
     case State::Shown:
         if (m_expired) {
-            gone(onRequest);
+            gone(protocol::OnRequest);
             return Order::CloseAndTell;
         }
         m_state = State::Left;
@@ -166,7 +165,7 @@ Publication::Order Publication::identifierLost()
 {
     m_id = 0;
     if (m_state == State::Left) {
-        return gone(onRequest);
+        return gone(protocol::OnRequest);
     }
     m_state = m_state == State::Shown ? State::Unsent : m_state == State::Updating ? State::Sent : m_state;
     return Order::Nothing;
@@ -180,7 +179,7 @@ Publication::Order Publication::serverLost()
         return Order::Nothing;
     }
     if (m_state == State::Left || m_state == State::Closing) {
-        return gone(onRequest);
+        return gone(protocol::OnRequest);
     }
     m_closeReason = 0;
     m_expired = m_pending = false;

@@ -54,9 +54,8 @@ public:
     State state() const { return m_state; }
     /// The server's identifier; 0 while there is none.
     uint id() const { return m_id; }
-    /// Whether the host has a key for it, even an empty one.
-    bool hasKey() const { return m_hasKey; }
-    const QString &key() const { return m_key; }
+    /// The host's key; not set if it has none.
+    const std::optional<QString> &key() const { return m_key; }
     bool isTransient() const { return m_transient; }
     uint closeReason() const { return m_closeReason; }
     const NotificationContent &content() const { return *m_content; }
@@ -119,8 +118,7 @@ private:
     bool m_expired = false;
     bool m_resident = false;
     bool m_transient = false;
-    const bool m_hasKey;
-    const QString m_key;
+    std::optional<QString> m_key;
     Notification *m_object = nullptr;
     std::optional<NotificationContent> m_content;
     QVector<Button> m_buttons;

@@ -1,26 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/publisher.h"
 
-#include "standins/notifications/foreign.h"
 #include "standins/notifications/include/notification.h"
-#include "standins/notifications/wire.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QPointer>
-#include <QtCore/QTimer>
-#include <QtDBus/QDBusArgument>
 
 #include <utility>
 
 Q_DECLARE_LOGGING_CATEGORY(vorn)
-
-namespace
-{
-
-constexpr uint expired = 1; ///< reason of closing
-
-} // namespace
 
 Publisher *Publisher::instance()
 {
@@ -44,7 +33,7 @@ bool Publisher::use(const QDBusConnection &connection)
         if (Notification *const notification = publication->object()) {
             notification->d->publication.reset();
         }
-        act(publication, &Publication::belongsTo, nullptr);
+        act(publication, publication->belongsTo(nullptr));
     }
     m_catalogue.clear();
     m_outbox.clear();
@@ -53,17 +42,15 @@ bool Publisher::use(const QDBusConnection &connection)
     return true;
 }
 
-/// Reports an event to the publication and carries out the order that follows. Publications change nowhere else, so:
+/// Carries out the order that follows from an event. Each event is reported in a call of this function, so:
 /// - A publication is in the catalogue from its first event until it is over.
 /// - A publication that is ready to be sent is in the outbox, if there is a server.
 /// - Nothing is emitted here: the object is told later, by the event loop.
-template <typename Report, typename... Arguments>
-void Publisher::act(const PublicationPtr &publication, Report report, const Arguments &...arguments)
+void Publisher::act(const PublicationPtr &publication, Publication::Order order)
 {
-    const uint formerId = publication->id();
-    const Order order = ((*publication).*report)(arguments...);
-    if (const PublicationPtr loser = m_catalogue.update(publication, formerId)) {
-        act(loser, &Publication::identifierLost);
+    using Order = Publication::Order;
+    if (const PublicationPtr loser = m_catalogue.update(publication)) {
+        act(loser, loser->identifierLost());
     }
     if (order == Order::Send) {
         m_outbox.append(publication);
@@ -87,26 +74,20 @@ PublicationPtr Publisher::claim(NotificationPrivate &notification)
         return own;
     }
     if (own) {
-        act(own, &Publication::belongsTo, nullptr);
+        act(own, own->belongsTo(nullptr));
     }
     const uint id = std::exchange(notification.id, 0);
-    const auto fresh = std::make_shared<Publication>(notification, id);
-    notification.publication = id != 0           ? m_catalogue.find(id)
-                               : fresh->hasKey() ? m_catalogue.findOrphan(fresh->key())
-                                                 : nullptr;
-    if (!notification.publication) {
-        notification.publication = fresh;
-    }
+    notification.publication = m_catalogue.match(std::make_shared<Publication>(notification, id));
     return notification.publication;
 }
 
 void Publisher::publish(Notification *notification)
 {
     const PublicationPtr publication = claim(*notification->d);
-    act(publication, &Publication::belongsTo, notification);
-    act(publication, &Publication::publish, *notification->d);
+    act(publication, publication->belongsTo(notification));
+    act(publication, publication->publish(*notification->d));
     if (!m_server.isOpen()) {
-        return giveUp(publication, "there is no connection");
+        return giveUp(publication, "there is no connection.", m_server.errorString());
     }
     m_server.ask(true);
     sendWaiting();
@@ -137,163 +118,6 @@ void Publisher::customEvent(QEvent * /*event*/)
     }
 }
 
-void Publisher::handle(const Inbox::Item &item)
-{
-    if (item.call != 0) {
-        m_wait.heard(item.afterMs);
-    }
-    dispatch(m_server.receive(item), item);
-    sendWaiting();
-}
-
-void Publisher::dispatch(ServerConnection::Event event, const Inbox::Item &item)
-{
-    const QVariantList arguments = item.message.arguments();
-    switch (event) {
-    case ServerConnection::Event::Nothing:
-        return;
-    case ServerConnection::Event::Found:
-        return onFound();
-    case ServerConnection::Event::Missing:
-        return onMissing();
-    case ServerConnection::Event::Lost:
-        return onLost(arguments.value(1).toString());
-    case ServerConnection::Event::Listed:
-        return onListed(qdbus_cast<NotificationKeys>(arguments.value(0)));
-    case ServerConnection::Event::Answer:
-        return onAnswer(item.call, item.message);
-    case ServerConnection::Event::Signal:
-        return onSignal(item.message);
-    }
-}
-
-void Publisher::sendWaiting()
-{
-    while (m_server.isFound() && !s_over) {
-        const PublicationPtr publication = m_outbox.next();
-        if (!publication) {
-            return;
-        }
-        send(publication);
-    }
-}
-
-void Publisher::send(const PublicationPtr &publication)
-{
-    const Capabilities &server = m_server.capabilities();
-    const NotificationContent &content = publication->content();
-    const QVector<Button> itsButtons = buttons(content.remoteActions, server);
-    const DesktopNotification wire = toWire(content, publication->id(), itsButtons, server);
-    if (exceedsMessage(wire)) {
-        return giveUp(publication, "it is larger than a D-Bus message can be");
-    }
-    act(publication, &Publication::sent, itsButtons);
-    m_outbox.sent(m_server.notify(wire), publication);
-}
-
-void Publisher::giveUp(const PublicationPtr &publication, const char *reason)
-{
-    qCWarning(vorn) << "Gave up a notification:" << reason << m_server.errorString();
-    act(publication, &Publication::giveUp);
-}
-
-void Publisher::onFound()
-{
-    m_outbox.clear();
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        act(publication, &Publication::serverFound);
-    }
-}
-
-void Publisher::onMissing()
-{
-    m_outbox.clear();
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        if (publication->isPending()) {
-            giveUp(publication, "there is no server");
-        }
-    }
-}
-
-/// `server` may be alive and have lost no more than the name. Its notifications must not appear beside those of the
-/// next one.
-void Publisher::onLost(const QString &server)
-{
-    m_wait.trust();
-    m_outbox.clear();
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        if (publication->id() != 0 && !server.isEmpty()) {
-            m_server.closeNotification(publication->id(), server);
-        }
-        act(publication, &Publication::serverLost);
-    }
-}
-
-/// Closes notifications that nobody knows, unless the caller of `list()` takes them: an earlier run has left them.
-void Publisher::onListed(const NotificationKeys &listed)
-{
-    for (auto entry = listed.keyBegin(); entry != listed.keyEnd(); ++entry) {
-        if (!m_catalogue.find(*entry) && m_leftovers) {
-            m_leftovers->append(*entry);
-        } else if (!m_catalogue.find(*entry)) {
-            m_server.closeNotification(*entry, m_server.owner());
-        }
-    }
-}
-
-void Publisher::onAnswer(quint64 call, const QDBusMessage &answer)
-{
-    const QVariant value = answer.arguments().value(0);
-    const uint id = value.userType() == QMetaType::UInt ? value.toUInt() : 0;
-    const PublicationPtr publication = m_outbox.answered(call);
-    if (!publication) {
-        // Of an earlier server, or too late: nobody else could close that notification.
-        if (id != 0 && (answer.service() != m_server.owner() || !m_catalogue.find(id))) {
-            m_server.closeNotification(id, answer.service());
-        }
-        return;
-    }
-    if (id == 0) {
-        qCWarning(vorn) << "Notification not shown, no identifier was given:" << answer.errorMessage();
-        return act(publication, &Publication::refused);
-    }
-    act(publication, &Publication::identified, id);
-    if (publication->isTransient() && !m_server.capabilities().isOurs()) {
-        QTimer::singleShot(transientLimitMs, this, [this, publication] { act(publication, &Publication::close); });
-    }
-}
-
-void Publisher::onSignal(const QDBusMessage &signal)
-{
-    const QVariantList arguments = signal.arguments();
-    const PublicationPtr publication = m_catalogue.find(arguments.value(0).toUInt());
-    if (!publication || arguments.size() < 2) {
-        return;
-    }
-    const Capabilities &server = m_server.capabilities();
-    const QString text = arguments.at(1).toString();
-    if (signal.member() == QLatin1String("NotificationClosed")) {
-        const uint reason = server.closeReason(arguments.at(1).toUInt());
-        // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
-        // dismissed it then, and it can still be replaced and closed.
-        if (!server.isOurs() && reason == expired) {
-            act(publication, &Publication::expired);
-        } else {
-            act(publication, &Publication::closed, reason);
-        }
-    } else if (server.isOurs() && signal.member() == QLatin1String("ActionInvoked")) {
-        tell(publication, text);
-    } else if (publication->object() && publication->mayInvoke()) {
-        if (const Button *const button = pressed(publication->buttons(), signal.member(), text)) {
-            const bool typed = button->key == inlineReplyKey();
-            const QString answer = typed ? text : button->answer;
-            m_server.invoke(button->action, typed || !answer.isEmpty() ? &answer : nullptr);
-            tell(publication, button->action.value(QStringLiteral("name")).toString());
-            act(publication, &Publication::invoked);
-        }
-    }
-}
-
 /// In a turn of the event loop of its own: slots may do anything, publish, destroy objects and run an event loop.
 void Publisher::tell(const PublicationPtr &publication, const std::optional<QString> &action)
 {
@@ -309,7 +133,7 @@ void Publisher::tell(const PublicationPtr &publication, const std::optional<QStr
         Q_EMIT notification->closed(publication->closeReason());
         if (notification && notification->d->publication == publication) {
             notification->d->publication.reset();
-            act(publication, &Publication::belongsTo, nullptr);
+            act(publication, publication->belongsTo(nullptr));
         }
     };
     QMetaObject::invokeMethod(this, emitSignal, Qt::QueuedConnection);
@@ -318,7 +142,7 @@ void Publisher::tell(const PublicationPtr &publication, const std::optional<QStr
 void Publisher::close(Notification *notification)
 {
     if (const PublicationPtr publication = notification->d->publication) {
-        act(publication, &Publication::close);
+        act(publication, publication->close());
     } else if (notification->d->id != 0 && m_server.isOpen()) {
         m_server.closeNotification(notification->d->id, m_server.owner());
     }
@@ -333,7 +157,7 @@ QList<QObject *> Publisher::list()
             m_server.list();
         }
         m_leftovers = &leftovers;
-        waitUntil([this] { return !m_server.isAsking() && !m_server.isListing(); });
+        waitUntil([this] { return !m_server.isAsking(); });
         m_leftovers = nullptr;
     }
     QList<QObject *> objects;
@@ -357,8 +181,8 @@ QList<QObject *> Publisher::list()
 void Publisher::forget(Notification *notification)
 {
     const PublicationPtr publication = notification->d->publication;
-    if (publication && publication->object() == notification) {
-        act(publication, &Publication::belongsTo, nullptr);
+    if (s_instance && publication && publication->object() == notification) {
+        s_instance->act(publication, publication->belongsTo(nullptr));
     }
 }
 

@@ -24,8 +24,6 @@ class Publisher : public QObject
 public:
     /// Created on first use; null once the application object is gone.
     static Publisher *instance();
-    /// Null while there is none.
-    static Publisher *existing() { return s_instance; }
 
     bool use(const QDBusConnection &connection);
     void publish(Notification *notification);
@@ -33,25 +31,20 @@ public:
     /// New objects for all notifications of this process, and for those that an earlier one left on a server that
     /// tells. The caller owns them.
     QList<QObject *> list();
-    /// `notification` is about to be destroyed.
-    void forget(Notification *notification);
+    /// `notification` is about to be destroyed, or to become another one.
+    static void forget(Notification *notification);
 
 protected:
     void customEvent(QEvent *event) override;
 
 private:
-    using Order = Publication::Order;
-
     Publisher() = default;
     PublicationPtr claim(NotificationPrivate &notification);
-    template <typename Report, typename... Arguments>
-    void act(const PublicationPtr &publication, Report report, const Arguments &...arguments);
+    void act(const PublicationPtr &publication, Publication::Order order);
     void sendWaiting();
-    void send(const PublicationPtr &publication);
-    void giveUp(const PublicationPtr &publication, const char *reason);
+    void giveUp(const PublicationPtr &publication, const char *reason, const QString &error = {});
     template <typename Condition> void waitUntil(Condition condition);
     void handle(const Inbox::Item &item);
-    void dispatch(ServerConnection::Event event, const Inbox::Item &item);
     void onFound();
     void onMissing();
     void onLost(const QString &server);

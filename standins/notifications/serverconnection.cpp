@@ -17,11 +17,18 @@ constexpr int informationMs = 5000;
 QString busService() { return QStringLiteral("org.freedesktop.DBus"); }
 QString busPath() { return QStringLiteral("/org/freedesktop/DBus"); }
 
+QDBusMessage methodCall(const QString &service, const QString &path, const QString &interface, const QString &method,
+                        const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    call.setArguments(arguments);
+    call.setAutoStartService(false);
+    return call;
+}
+
 QDBusMessage busCall(const QString &method, const QVariantList &arguments)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(busService(), busPath(), busService(), method);
-    call.setArguments(arguments);
-    return call;
+    return methodCall(busService(), busPath(), busService(), method, arguments);
 }
 
 bool isError(const QDBusMessage &answer) { return answer.type() == QDBusMessage::ErrorMessage; }
@@ -73,13 +80,9 @@ void ServerConnection::reset()
     m_reminder.stop();
 }
 
-QDBusMessage ServerConnection::call(const QString &method, const QVariantList &arguments,
-                                    const QString &interface) const
+QDBusMessage ServerConnection::call(const QString &method, const QVariantList &arguments) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(m_owner, protocol::objectPath(), interface, method);
-    call.setArguments(arguments);
-    call.setAutoStartService(false);
-    return call;
+    return methodCall(m_owner, protocol::objectPath(), protocol::service(), method, arguments);
 }
 
 void ServerConnection::sendWithoutAnswer(const QDBusMessage &call) const
@@ -128,8 +131,8 @@ void ServerConnection::remind()
 void ServerConnection::list()
 {
     if (m_list == 0) {
-        m_list =
-            send(call(QStringLiteral("GetNotifications"), {ownerName()}, QStringLiteral("com.vorn.Notifications")));
+        m_list = send(methodCall(m_owner, protocol::objectPath(), QStringLiteral("com.vorn.Notifications"),
+                                 QStringLiteral("GetNotifications"), {ownerName()}));
     }
 }
 
@@ -143,12 +146,9 @@ quint64 ServerConnection::notify(const DesktopNotification &notification)
 
 void ServerConnection::closeNotification(uint id, const QString &server) const
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(isBus() && server.isEmpty() ? protocol::service() : server,
-                                                          protocol::objectPath(), protocol::service(),
-                                                          QStringLiteral("CloseNotification"));
-    message << id;
-    message.setAutoStartService(false);
-    sendWithoutAnswer(message);
+    const QString callee = isBus() && server.isEmpty() ? protocol::service() : server;
+    sendWithoutAnswer(
+        methodCall(callee, protocol::objectPath(), protocol::service(), QStringLiteral("CloseNotification"), {id}));
 }
 
 void ServerConnection::invoke(const QVariantMap &action, const QString *answer) const
@@ -217,7 +217,7 @@ ServerConnection::Event ServerConnection::onAnswer(const QDBusMessage &answer)
     default:
         break; // a service that was started has not taken the name, else this were another question
     }
-    m_error = answer.errorMessage();
+    m_error = isError(answer) ? answer.errorMessage() : QStringLiteral("The service does not take its name");
     m_mayStart = false;
     reset();
     return Event::Missing;

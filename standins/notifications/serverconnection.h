@@ -43,14 +43,14 @@ public:
 
     /// Asks who serves, unless that is known or under way. Starts a service if `mayStart` and there is no server.
     void ask(bool mayStart);
-    bool isAsking() const { return m_step != Step::Unasked && m_step != Step::Found; }
     bool isFound() const { return m_step == Step::Found; }
     const Capabilities &capabilities() const { return m_capabilities; }
     /// The server's unique name; empty on a peer connection, and while there is none.
     const QString &owner() const { return m_owner; }
     /// Asks which notifications the server has for this program, unless that is under way.
     void list();
-    bool isListing() const { return m_list != 0; }
+    /// Whether it is asking who serves, or for that list.
+    bool isAsking() const { return m_question != 0 || m_list != 0; }
 
     /// Sends a notification; returns the number of the call.
     quint64 notify(const DesktopNotification &notification);
@@ -71,8 +71,7 @@ private:
     void reset();
     quint64 send(const QDBusMessage &call);
     void askCapabilities();
-    QDBusMessage call(const QString &method, const QVariantList &arguments = {},
-                      const QString &interface = protocol::service()) const;
+    QDBusMessage call(const QString &method, const QVariantList &arguments = {}) const;
     void sendWithoutAnswer(const QDBusMessage &call) const;
     Event onOwnerChanged(const QDBusMessage &signal);
     Event onAnswer(const QDBusMessage &answer);
