@@ -35,17 +35,13 @@ done <<'CASES'
 1|*output is closed*|- >&-
 1|*input or*is closed*|- <&-
 1|*No space left*|- >/dev/full <<<'{"do":"clear"}'
-2|*Is a directory|- </
 2|*takes milliseconds, not "x".*|--pace x
-2|*option 'nosuch'*|--nosuch
 2|*input:3: not a JSON object (*)*{"do":"add"*|- <<<$'# comment\n\n{"do"}'
 2|*unknown "do": "dance"*add, remove,*|- <<<'{"do":"dance"}'
-2|*"do" is missing*|- <<<'{"key":"k"}'
 2|*"key" is missing|- <<<'{"do":"add","title":"t"}'
 2|*"key" is unknown here, "clear" takes nothing|- <<<'{"do":"clear","key":"k"}'
 2|*"title" takes a string, not 1|- <<<'{"do":"add","key":"k","actions":[{"title":1},{}]}'
 2|*"importance" takes 0 to 5, not 6|- <<<'{"do":"add","key":"k","color":"#ff336699","importance":6}'
-2|*"ms" takes*, not -1|- <<<'{"do":"wait","ms":-1}'
 2|*"timestamp" takes*"2024-05-06T07:00", not "noon"|- <<<'{"do":"add","key":"k","timestamp":"noon"}'
 2|*/nowhere.png: No such file*|- <<<'{"do":"add","key":"k","smallIcon":"/nowhere.png"}'
 2|*README.md is not a PNG file|- <<<'{"do":"add","key":"k","smallIcon":"README.md"}'

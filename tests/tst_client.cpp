@@ -1,255 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "standins/notifications/publication.h"
-#include "tests/fakeserver.h"
+#include "tests/clientprogram.h"
 #include "tests/fixture.h"
+#include "tests/publicationgame.h"
 
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
-#include <QtCore/QTemporaryFile>
-
-#include <notification.h>
-#include <notificationconnectionmanager.h>
-
-#include <cstring>
-#include <deque>
-#include <map>
 
 namespace
 {
 
 const QStringList ours = {"persistence", "x-vorn-remote-actions"};
 const QStringList foreign = {"actions", "body-markup", "persistence"};
-
-/// A bus of its own that starts no services.
-struct Bus : QProcess {
-    Bus()
-    {
-        QTemporaryFile file;
-        file.open();
-        file.write("<busconfig><listen>unix:tmpdir=/tmp</listen><policy context='default'><allow own='*'/>"
-                   "<allow send_destination='*'/><allow receive_sender='*'/></policy>"
-                   "<limit name='max_replies_per_connection'>50000</limit></busconfig>");
-        file.close();
-        start("dbus-daemon", {"--config-file=" + file.fileName(), "--nofork", "--print-address"});
-        address = waitForReadyRead() ? readLine().trimmed() : QByteArray();
-    }
-    ~Bus() override
-    {
-        kill();
-        waitForFinished();
-    }
-    QString address;
-};
-
-/// A program that shows one notification a key, as the plug-in does, on a fake server, or on a bus with several.
-struct Program {
-    explicit Program(const QStringList &capabilities, const QString &bus = {}, int count = 1)
-    {
-        for (int i = 0; i < count; ++i) {
-            servers.push_back(std::make_unique<FakeServer>(capabilities, bus));
-            server = servers.back().get();
-            m_serving = static_cast<size_t>(i);
-        }
-        connection = bus.isEmpty() ? QDBusConnection::connectToPeer(server->address(), "program")
-                                   : QDBusConnection::connectToBus(bus, "program");
-        NotificationConnectionManager::useDBusConnection(connection);
-    }
-    ~Program()
-    {
-        qDeleteAll(live);
-        QDBusConnection::disconnectFromPeer("program");
-        QDBusConnection::disconnectFromBus("program");
-    }
-    Notification *add(const QString &key, const QString &text)
-    {
-        auto *const fresh = new Notification;
-        fresh->setSummary(text);
-        fresh->setBody('<' + text + '|' + key); // other servers get no key
-        fresh->setHintValue("x-vorn-origin-key", key);
-        fresh->setRemoteActions({Notification::remoteAction("a|1", "A", "", "/", "com.velmo.lumd", "call", {key})});
-        if (Notification *const old = live.take(key)) {
-            fresh->setReplacesId(old->replacesId());
-            delete old;
-        }
-        fresh->publish();
-        live[key] = fresh;
-        QObject::connect(fresh, &Notification::actionInvoked, [=](const QString &name) { told << key + ' ' + name; });
-        QObject::connect(fresh, &Notification::closed, [=] {
-            told << key + " gone";
-            live.remove(key);
-            fresh->deleteLater();
-        });
-        return fresh;
-    }
-    void remove(const QString &key) { closeAll({live.take(key)}); }
-    /// The user dismisses the notification of this number, if there is one; returns its key.
-    QString dismiss(int number)
-    {
-        QString key;
-        server->run([&] {
-            const DesktopNotification one = server->shown.values().value(number);
-            key = one.body.section('|', 1);
-            one.id != 0 ? server->close(one.id) : void();
-        });
-        return key;
-    }
-    /// One of the next ones takes the name from the server.
-    void changeServer(size_t distance = 1)
-    {
-        m_serving = (m_serving + distance) % servers.size();
-        server = servers[m_serving].get();
-        server->takeName();
-    }
-    static void clear() { closeAll(Notification::notifications()); }
-    static void closeAll(const QList<QObject *> &notifications)
-    {
-        for (QObject *const object : notifications) {
-            object ? qobject_cast<Notification *>(object)->close() : void();
-            delete object;
-        }
-    }
-    /// Returns when all messages in either direction are handled, those that they cause included.
-    void settle() const
-    {
-        for (int i = 0; i < 4; ++i) {
-            QVERIFY(::settle(connection));
-        }
-        server->run([] {}); // its notes can be read now
-    }
-    /// On all servers.
-    QString shown() const
-    {
-        settle();
-        QStringList texts;
-        for (const std::unique_ptr<FakeServer> &any : servers) {
-            any->run([&] {
-                for (const DesktopNotification &notification : qAsConst(any->shown)) {
-                    texts << notification.hints.value("x-vorn-origin-key").toString() + notification.summary;
-                }
-            });
-        }
-        texts.sort();
-        return texts.join(' ');
-    }
-
-    std::vector<std::unique_ptr<FakeServer>> servers;
-    FakeServer *server = nullptr; ///< the one that serves
-    QDBusConnection connection{""};
-    QMap<QString, Notification *> live;
-    QStringList told;
-
-private:
-    size_t m_serving = 0;
-};
-
-/// A host, a server and its user play with one publication; each letter is a move.
-struct Game {
-    /// False if the move is impossible.
-    bool play(char move)
-    {
-        if ((move == 'u' && screen.empty()) || (move == 'c' && news.empty()) ||
-            (std::strchr("sr", move) && calls.empty()) || (std::strchr("pxd", move) && !host)) {
-            return false;
-        }
-        const bool listed = one->state() != Publication::State::Gone && !one->isOver();
-        if (move == 'p') { // the host publishes
-            if (!listed) {
-                one.emplace(NotificationContent(), 0);
-            }
-            NotificationContent content;
-            content.itemCount = ++version;
-            wanted = true;
-            told = dismissed = refused = 0;
-            confirmed = false;
-            obey(one->belongsTo(host)), obey(one->publish(content));
-        } else if (move == 'x') { // the host closes
-            wanted = false;
-            obey(one->close());
-        } else if (move == 'd') { // the host's object goes
-            host = nullptr;
-            obey(one->belongsTo(host));
-        } else if (move == 'u') { // the user dismisses
-            ++dismissed;
-            news.push_back({screen.begin()->first, 0});
-            screen.clear();
-        } else if (move == 'c') { // the client comes to the server's next message
-            const auto [closed, given] = news.front();
-            news.pop_front();
-            if (closed == 0) {
-                obey(given != 0 ? one->identified(given) : one->refused());
-                confirmed = given != 0 && !one->isUnanswered();
-            } else if (listed && closed == one->id()) {
-                obey(one->closed(2));
-            }
-        } else if (move == 'l') { // another server comes, which needs the object of a confirmed version
-            lost += !host && confirmed;
-            calls.clear(), news.clear(), screen.clear();
-            obey(one->serverLost()), obey(one->serverFound());
-        } else { // the server handles a call, or refuses it
-            const auto [id, shows] = calls.front();
-            calls.pop_front();
-            if (shows == 0 && screen.erase(id) > 0) {
-                news.push_back({id, 0});
-            } else if (shows != 0 && move == 'r') {
-                ++refused;
-                news.push_back({0, 0});
-            } else if (shows != 0) {
-                const uint given = id != 0 && (keepsIds || screen.count(id) > 0) ? id : ++lastId;
-                screen[given] = shows;
-                news.push_back({0, given});
-            }
-        }
-        return true;
-    }
-    void obey(Publication::Order order)
-    {
-        using Order = Publication::Order;
-        if (order == Order::Send) {
-            calls.push_back({one->id(), one->content().itemCount});
-            one->sent({});
-        } else if (order == Order::Close || order == Order::CloseAndTell) {
-            calls.push_back({one->id(), 0});
-        }
-        told += order == Order::Tell || order == Order::CloseAndTell;
-        refused += order == Order::Warn;
-    }
-    /// In the end the last version is on the screen once, or else the host was told once of its dismissal.
-    bool isFair()
-    {
-        while (play('s') || play('c')) {
-        }
-        const bool shown = screen.size() == 1 && screen.begin()->second == version;
-        const bool gone = screen.empty() && dismissed + lost > 0;
-        return !wanted       ? screen.empty() && told <= 1
-               : refused > 0 ? screen.size() <= 1 && told <= 1
-               : !host       ? shown || gone
-                             : (shown && told == 0) || (gone && told == 1);
-    }
-
-    bool keepsIds;
-    Notification *host;
-    std::optional<Publication> one{std::in_place, NotificationContent(), 0U};
-    std::map<uint, int> screen{};             ///< versions by identifier
-    std::deque<std::pair<uint, int>> calls{}; ///< an identifier, and the version to show or 0 to close
-    std::deque<std::pair<uint, uint>> news{}; ///< an identifier that is closed, or 0 and the one given, 0 if refused
-    uint lastId = 0;
-    int version = 0, told = 0, dismissed = 0, refused = 0, lost = 0; ///< how often, since the last version
-    bool wanted = false, confirmed = false;
-};
-
-/// Whether every sequence of so many moves more is fair; complains about the first that is not.
-bool areFair(const Game &game, const std::string &moves, size_t length)
-{
-    for (const char move : std::string("pxduscrl")) {
-        Game next = game;
-        if (next.play(move) && (moves.size() + 1 < length ? !areFair(next, moves + move, length) : !next.isFair())) {
-            qWarning("%s%c", moves.c_str(), move);
-            return false;
-        }
-    }
-    return true;
-}
 
 struct Row {
     const char *name;
@@ -265,9 +26,6 @@ const Row rows[] = {
     {"answers come in another order", [](auto &p, auto &s) {
         s.hold(); p.add("l", "1"); p.add("m", "1"); p.add("k", "2");
         s.release(true); p.settle(); p.remove("l"); }, "k2 m1"},
-    {"cleared before the identifier comes", [](auto &p, auto &s) {
-        s.hold(); p.add("l", "1"); Program::clear(); s.release(); p.settle();
-        QCOMPARE(s.calls.filter("Close"), (QStringList{"Close 1", "Close 2"})); }, "", "k gone l gone"},
     {"answers are of another type, or name no identifier", [](auto &p, auto &s) {
         s.onNotify([&s](auto &notify) { s.answer(notify.createReply(QStringList{"x"})); }); p.add("l", "1");
         s.onNotify([&s](auto &notify) { s.answer(notify.createReply(0U)); }); p.add("m", "1");
@@ -293,10 +51,6 @@ const Row rows[] = {
         Notification message; message.setSummary("message"); message.publish(); Program::clear(); },
         "", "k gone", foreign},
     {"our server expires it", [](auto &, auto &s) { s.close(1, 1); }, "", "k gone"},
-    {"dismissed together with the answer to an update", [](auto &p, auto &s) {
-        for (int i = 0; i < 50; ++i) {
-            p.add("k", "1"); s.run([&s] { s.dismissesNext = true; }); p.add("k", "2"); p.settle(); }
-        QCOMPARE(p.told.count("k gone"), 50); p.told.clear(); }, ""},
     {"signal, answer, signal", [](auto &p, auto &s) {
         s.keepsIds = true;
         s.onNotify([&s](auto &notify) { s.close(1); s.show(notify); s.signal("ActionInvoked", {1U, "a|1"}); });
@@ -356,10 +110,6 @@ private Q_SLOTS:
         QTRY_COMPARE(program.live["k"]->replacesId(), 1U); // after a reminder
         QCOMPARE(program.shown(), "1 2");                  // without our own hints
         QCOMPARE(program.server->shown[1].body, "&lt;2|k");
-        program.server->signal("ActionInvoked", {1U, "a|1"});
-        program.settle();
-        QCOMPARE(program.told, QStringList{"k a|1"});
-        QCOMPARE(program.server->calls, (QStringList{"Notify", "Notify", "call k"}));
     }
 
     /// A call without an answer blocks neither the server nor its notification for ever.
@@ -377,8 +127,7 @@ private Q_SLOTS:
     /// Identifiers are of one server. The next one gets everything, and the earlier one keeps nothing.
     void serversChange()
     {
-        const Bus bus;
-        Program program(foreign, bus.address, 2);
+        Program program(foreign, 2);
         program.add("k", "1"), program.add("l", "1");
         QCOMPARE(program.shown(), "1 1");
         FakeServer *const first = program.servers[0].get(), *const second = program.server;
@@ -406,12 +155,10 @@ private Q_SLOTS:
         for (const int afterMs : {900, 1200}) {
             Program program(ours);
             program.add("k", "0");
-            program.server->hold();
-            QTimer *timer = nullptr;
-            program.server->run([&] {
-                timer = new QTimer(program.server);
-                timer->callOnTimeout(timer, [&] { program.server->release(), program.server->hold(); });
-                timer->start(afterMs);
+            program.settle();
+            program.server->onNotify([&program, afterMs](auto &notify) {
+                QThread::msleep(afterMs);
+                program.server->show(notify);
             });
             QElapsedTimer elapsed;
             elapsed.start();
@@ -419,8 +166,7 @@ private Q_SLOTS:
                 program.add("k", QString::number(i));
             }
             QVERIFY2(elapsed.elapsed() < 1500, qPrintable(QString::number(elapsed.elapsed())));
-            program.server->run([&] { delete timer; });
-            program.server->release();
+            program.server->onNotify({});
             QCOMPARE(program.shown(), "k19");
             program.add("k", "20"); // answered quickly again, so this is waited for
             QCOMPARE(program.live["k"]->replacesId(), 1U);
@@ -432,28 +178,26 @@ private Q_SLOTS:
     void randomEvents_data()
     {
         QTest::addColumn<QStringList>("capabilities");
-        QTest::addColumn<bool>("changing");
-        QTest::newRow("our server") << ours << false;
-        QTest::newRow("another that keeps identifiers") << foreign << false;
-        QTest::newRow("servers that come and go") << ours << true;
+        QTest::newRow("ours") << ours;
+        QTest::newRow("others that keep identifiers") << foreign;
     }
     void randomEvents()
     {
         QFETCH(QStringList, capabilities);
-        QFETCH(bool, changing);
         const uint seed =
             qEnvironmentVariable("KAVREL_SEED", QString::number(QRandomGenerator::global()->generate())).toUInt();
         QTest::qWarn(qPrintable(QString("KAVREL_SEED=%1").arg(seed)));
         QRandomGenerator random(seed);
-        const std::unique_ptr<Bus> bus(changing ? new Bus : nullptr);
-        Program program(capabilities, bus ? bus->address : QString(), changing ? 3 : 1);
-        program.server->keepsIds = capabilities == foreign;
+        Program program(capabilities, 3);
+        for (const std::unique_ptr<FakeServer> &any : program.servers) {
+            any->keepsIds = capabilities == foreign;
+        }
         const auto change = [&] { program.changeServer(random.bounded(1, 3)); };
         QMap<QString, QString> certain; // the untouched ones: in the end they are on the screen
         bool sure = true, stuck = false, changed = false;
         for (int step = 1; step <= qEnvironmentVariable("KAVREL_STEPS", "5000").toInt(); ++step) {
             const QString key(QChar('a' + random.bounded(6)));
-            const int what = random.bounded(changing ? 102 : 100);
+            const int what = random.bounded(102);
             FakeServer &server = *program.server;
             // clang-format off
             if (what < 40) { program.add(key, certain[key] = QString::number(random.bounded(100))); }

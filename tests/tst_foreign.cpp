@@ -77,24 +77,6 @@ private Q_SLOTS:
         QCOMPARE(fixture.happened().filter("told"), QStringList{profile.told});
         QCOMPARE(server.calls, (QStringList{"Notify", "Notify", profile.call}));
     }
-
-    /// Added and unloaded in one turn of the event loop, also when the server answers later.
-    void unloadLeavesNothing()
-    {
-        for (const bool late : {false, true}) {
-            FakeServer server({"actions"});
-            Fixture fixture({}, server.address().toUtf8());
-            late ? server.hold() : void();
-            fixture.add("k");
-            fixture.host->publish(record(lumd::messageRecord, {{field::message::text, "m"}}).get());
-            fixture.unload();
-            server.release();
-            for (int i = 0; i < 4; ++i) {
-                fixture.settle();
-            }
-            server.run([&] { QCOMPARE(server.shown.size() + 10 * server.calls.count("Notify"), 20); });
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(ForeignTest)
