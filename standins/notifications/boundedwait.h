@@ -10,15 +10,8 @@
 class BoundedWait
 {
 public:
-    BoundedWait() { reset(); }
+    BoundedWait() { m_clock.start(); }
 
-    /// Another connection: the time starts afresh.
-    void reset()
-    {
-        m_budgetMs = maximumMs;
-        m_clock.start();
-        m_disappointed = false;
-    }
     /// Forgets that the previous server was waited for in vain.
     void trust() { m_disappointed = false; }
     /// An answer has come, this long after its question.
@@ -47,7 +40,7 @@ private:
 
     double sinceLast() const { return static_cast<double>(m_clock.nsecsElapsed()) / 1e6; }
 
-    double m_budgetMs = 0; ///< as of `m_clock`'s start
-    QElapsedTimer m_clock; ///< since the last wait began or ended
+    double m_budgetMs = maximumMs; ///< as of `m_clock`'s start
+    QElapsedTimer m_clock;         ///< since the last wait began or ended
     bool m_disappointed = false;
 };

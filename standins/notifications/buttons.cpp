@@ -37,13 +37,12 @@ QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &s
     for (const QVariant &description : remoteActions) {
         const QVariantMap action = description.toMap();
         const QString name = text(action, "name");
-        const bool isTap = name == QLatin1String("default");
         const QString label = text(action, "displayName");
         if (label.isEmpty()) {
             continue; // nobody could tell its purpose
         }
         if (!action.contains(QStringLiteral("input"))) {
-            if (!isTap) {
+            if (name != QLatin1String("default")) {
                 buttons.append({name, label, action, {}});
             }
             continue;

@@ -3,7 +3,6 @@
 
 #include "standins/notifications/capabilities.h"
 
-#include <QtCore/QVariant>
 #include <QtCore/QVector>
 
 /// A button of a notification on another's server, or the tap on the notification itself.

@@ -3,8 +3,6 @@
 
 #include "standins/protocol/desktopnotification.h"
 
-#include <QtCore/QStringList>
-
 /// A notification server as it describes itself: the list of `GetCapabilities`, name and vendor of
 /// `GetServerInformation`. The predicates are the consequences for its notifications.
 class Capabilities

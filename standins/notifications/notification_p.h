@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QtCore/QDateTime>
-#include <QtCore/QString>
 #include <QtCore/QVariant>
 
 #include <memory>

@@ -5,7 +5,6 @@
 #include "standins/notifications/publication.h"
 
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QObject>
 
 #include <deque>
 #include <map>

@@ -91,8 +91,7 @@ Publication::Order Publication::identified(uint id)
     m_closeReason = 0;
     m_losses = 0;
     m_invoked = m_expired = false;
-    m_buttons = std::move(m_nextButtons);
-    m_nextButtons.clear();
+    m_buttons = std::exchange(m_nextButtons, {});
     m_heard = m_heard || !m_pending;
     m_needed = m_pending;
     settle();

@@ -4,8 +4,6 @@
 #include "standins/notifications/buttons.h"
 #include "standins/notifications/notification_p.h"
 
-#include <QtCore/QString>
-
 #include <memory>
 #include <optional>
 

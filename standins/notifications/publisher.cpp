@@ -38,7 +38,7 @@ bool Publisher::use(const QDBusConnection &connection)
     m_catalogue.clear();
     m_outbox.clear();
     m_server.use(connection);
-    m_wait.reset();
+    m_wait = BoundedWait();
     return true;
 }
 

@@ -7,8 +7,6 @@
 #include "standins/notifications/outbox.h"
 #include "standins/notifications/serverconnection.h"
 
-#include <QtCore/QList>
-
 #include <optional>
 
 /// All notifications that this process has published and that may still be shown. Lives on the thread that uses it

@@ -51,6 +51,7 @@ void Publisher::handle(const Inbox::Item &item)
     sendWaiting();
 }
 
+/// Sends the publications that wait, in order, as far as the window of the outbox allows.
 void Publisher::sendWaiting()
 {
     const Capabilities &server = m_server.capabilities();

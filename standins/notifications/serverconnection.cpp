@@ -26,11 +26,6 @@ QDBusMessage methodCall(const QString &service, const QString &path, const QStri
     return call;
 }
 
-QDBusMessage busCall(const QString &method, const QVariantList &arguments)
-{
-    return methodCall(busService(), busPath(), busService(), method, arguments);
-}
-
 bool isError(const QDBusMessage &answer) { return answer.type() == QDBusMessage::ErrorMessage; }
 
 } // namespace
@@ -105,7 +100,8 @@ void ServerConnection::ask(bool mayStart)
     }
     if (isBus() && m_owner.isEmpty()) {
         m_step = Step::Owner;
-        m_question = send(busCall(QStringLiteral("GetNameOwner"), {protocol::service()}));
+        m_question = send(
+            methodCall(busService(), busPath(), busService(), QStringLiteral("GetNameOwner"), {protocol::service()}));
     } else {
         askCapabilities();
     }
@@ -202,7 +198,8 @@ ServerConnection::Event ServerConnection::onAnswer(const QDBusMessage &answer)
         }
         if (m_mayStart && m_connection.isConnected()) {
             m_step = Step::Start;
-            m_question = send(busCall(QStringLiteral("StartServiceByName"), {protocol::service(), 0U}));
+            m_question = send(methodCall(busService(), busPath(), busService(), QStringLiteral("StartServiceByName"),
+                                         {protocol::service(), 0U}));
             return Event::Nothing;
         }
         break;

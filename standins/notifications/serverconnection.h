@@ -3,10 +3,8 @@
 
 #include "standins/notifications/capabilities.h"
 #include "standins/notifications/inbox.h"
-#include "standins/protocol/desktopnotification.h"
 
 #include <QtCore/QTimer>
-#include <QtDBus/QDBusConnection>
 
 /// The notification server at the other end of a bus or a peer connection: asks who serves and how, sends, and gives
 /// each item of the inbox its meaning.

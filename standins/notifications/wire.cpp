@@ -22,11 +22,16 @@ QString iconUri(const QString &icon)
     return icon.startsWith(QLatin1Char('/')) ? QUrl::fromLocalFile(icon).toString(QUrl::FullyEncoded) : icon;
 }
 
+void insertIf(bool wanted, QVariantMap &hints, const QString &hint, const QVariant &value)
+{
+    if (wanted) {
+        hints.insert(hint, value);
+    }
+}
+
 void insertText(QVariantMap &hints, const QString &hint, const QString &text)
 {
-    if (!text.isEmpty()) {
-        hints.insert(hint, text);
-    }
+    insertIf(!text.isEmpty(), hints, hint, text);
 }
 
 void insertStandardHints(QVariantMap &hints, const NotificationContent &content)
@@ -38,15 +43,10 @@ void insertStandardHints(QVariantMap &hints, const NotificationContent &content)
     if (!content.progress.isNull() && fraction >= 0) {
         hints.insert(hint::value(), static_cast<int>(std::lround(std::min(fraction, 1.0) * 100)));
     }
-    if (content.transient) {
-        hints.insert(hint::transient(), true);
-    }
-    if (content.resident) {
-        hints.insert(hint::resident(), true);
-    }
-    if (content.hints.contains(hint::suppressSound())) {
-        hints.insert(hint::suppressSound(), content.hints.value(hint::suppressSound()));
-    }
+    insertIf(content.transient, hints, hint::transient(), true);
+    insertIf(content.resident, hints, hint::resident(), true);
+    insertIf(content.hints.contains(hint::suppressSound()), hints, hint::suppressSound(),
+             content.hints.value(hint::suppressSound()));
 }
 
 /// Servers of another kind do not know these hints.
@@ -56,15 +56,9 @@ void insertOwnHints(QVariantMap &hints, const NotificationContent &content)
     insertText(hints, hint::subText(), content.subText);
     insertText(hints, hint::previewSummary(), content.previewSummary);
     insertText(hints, hint::previewBody(), content.previewBody);
-    if (!content.progress.isNull()) {
-        hints.insert(hint::progress(), content.progress);
-    }
-    if (content.itemCount != 0) {
-        hints.insert(hint::itemCount(), content.itemCount);
-    }
-    if (content.timestamp.isValid()) {
-        hints.insert(hint::timestamp(), content.timestamp.toMSecsSinceEpoch());
-    }
+    insertIf(!content.progress.isNull(), hints, hint::progress(), content.progress);
+    insertIf(content.itemCount != 0, hints, hint::itemCount(), content.itemCount);
+    insertIf(content.timestamp.isValid(), hints, hint::timestamp(), content.timestamp.toMSecsSinceEpoch());
     if (!content.remoteActions.isEmpty()) {
         hints.insert(hint::remoteActions(), remoteActionsText(content.remoteActions));
     }

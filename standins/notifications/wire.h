@@ -2,9 +2,7 @@
 #pragma once
 
 #include "standins/notifications/buttons.h"
-#include "standins/notifications/capabilities.h"
 #include "standins/notifications/notification_p.h"
-#include "standins/protocol/desktopnotification.h"
 
 /// `content` as the arguments of `Notify`, to replace the notification `replacesId` unless that is 0. `buttons` are
 /// those of the content, for `server`.
