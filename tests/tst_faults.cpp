@@ -75,9 +75,7 @@ const QString unsaved = "warning: Couldn't save small icon for \"k\"; "
 const CacheFault cacheFaults[] = {
     {"none", Before, same, same, same, Cached},
     {"open to all", Before, openFolder, openFolder, file, Cached, {}, 0775},
-    {"its parent open to all", Before, openFolder, same, same, Cached, {}, 0775},
     {"of the year 2040", Later, same, same, same, Cached, {}, 0711, 0, RLIM_INFINITY, {}, "2040-01-01"},
-    {"an icon open to all", Later, same, same, file, Cached},
     {"removed", Later, lockedFolder, same, same, NotCached},
     {"a file in its place", Before, folder, file, same, NotCached, uncreated},
     {"a file in its parent's place", Before, file, same, same, NotCached, uncreated},
