@@ -50,7 +50,6 @@ const Row rows[] = {
     {"messages are cleared on another's server", [](auto &, auto &) {
         Notification message; message.setSummary("message"); message.publish(); Program::clear(); },
         "", "k gone", foreign},
-    {"our server expires it", [](auto &, auto &s) { s.close(1, 1); }, "", "k gone"},
     {"signal, answer, signal", [](auto &p, auto &s) {
         s.keepsIds = true;
         s.onNotify([&s](auto &notify) { s.close(1); s.show(notify); s.signal("ActionInvoked", {1U, "a|1"}); });
@@ -60,6 +59,15 @@ const Row rows[] = {
             while (p.told.size() <= i && !deadline.hasExpired()) { QCoreApplication::processEvents(); }
         }
         QCOMPARE(p.told.count("k a|1"), 3000); QCOMPARE(p.told.size(), 3000); p.told.clear(); }, "k2"},
+    {"many at once", [](auto &p, auto &s) {
+        s.hold(); for (int i = 0; i < 3000; ++i) { p.add(QString::number(i), "1"); }
+        s.release(); for (int i = 0; i < 30; ++i) { p.settle(); }
+        QCOMPARE(p.shown().count(' '), 3000);
+        s.hold(); for (int i = 0; i < 200; ++i) { p.add(QString::number(i), "2"); }
+        s.close(p.live["190"]->replacesId(), 2); // its update waits for its turn
+        s.release(); for (int i = 0; i < 30; ++i) { p.settle(); }
+        QVERIFY(p.shown().contains(" 1902 ")); QCOMPARE(p.told, QStringList());
+        Program::clear(); p.settle(); p.told.clear(); }, ""},
     {"published again while the server is asked", [](auto &p, auto &s) {
         p.remove("k"); s.hold(); NotificationConnectionManager::useDBusConnection(p.connection);
         Notification *const l = p.add("l", "1"); s.release(); QThread::msleep(50);

@@ -66,10 +66,12 @@ Inbox::Inbox(QObject *reader)
     : m_reader(reader)
     , m_signals(makeReceiver(this, &m_thread))
 {
-    // By this name, debuggers and our test tools find the thread.
+    // Debuggers show this name.
     m_thread.setObjectName(QStringLiteral("notifications"));
     if (QCoreApplication::instance() && QCoreApplication::instance()->thread() == QThread::currentThread()) {
-        m_thread.setParent(QCoreApplication::instance());
+        // Our test tools find the thread here. It is no child of the application object: a static one deletes its
+        // children without calling the post routines, and to delete a running thread ends the process.
+        QCoreApplication::instance()->setProperty("vorn.notifications.thread", QVariant::fromValue(&m_thread));
     }
     m_thread.start();
 }
@@ -147,8 +149,10 @@ void Inbox::clear()
 {
     m_lastDropped = m_lastCall;
     // Signals that Qt has posted already are appended first.
-    QMetaObject::invokeMethod(
-        m_signals, [] {}, Qt::BlockingQueuedConnection);
+    if (m_thread.isRunning()) { // the system may be out of threads
+        QMetaObject::invokeMethod(
+            m_signals, [] {}, Qt::BlockingQueuedConnection);
+    }
     Item item;
     while (next(&item)) {
     }

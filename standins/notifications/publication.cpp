@@ -157,6 +157,12 @@ Publication::Order Publication::closed(uint reason)
         m_closeReason = reason;
         return Order::Nothing;
     }
+    if (m_pending) {
+        m_id = 0;
+        m_expired = false;
+        m_state = State::Unsent;
+        return Order::Nothing;
+    }
     return gone(reason);
 }
 
@@ -193,7 +199,7 @@ Publication::Order Publication::serverLost()
 
 Publication::Order Publication::serverFound()
 {
-    m_pending = m_state == State::Unsent && m_content;
+    m_pending = m_pending || (m_state == State::Unsent && m_content);
     if (m_pending && m_heard) {
         m_content->hints.insert(protocol::hint::suppressSound(), true);
     }

@@ -91,7 +91,10 @@ void Publisher::publish(Notification *notification)
     }
     m_server.ask(true);
     sendWaiting();
-    waitUntil([&publication] { return !publication->isPending() && !publication->isUnanswered(); });
+    waitUntil([this, &publication] {
+        return !publication->isPending() && !publication->isUnanswered() &&
+               !(publication->isNeeded() && m_server.isAsking());
+    });
 }
 
 /// Handles all items, in order, until `reached`; waits for it as long as the server may hold up this thread. The
@@ -104,7 +107,7 @@ template <typename Condition> void Publisher::waitUntil(Condition reached)
     }
     const QDeadlineTimer deadline(allowedMs);
     Inbox::Item item;
-    while (!reached() && m_inbox.await(&item, deadline)) {
+    while (!reached() && !deadline.hasExpired() && m_inbox.await(&item, deadline)) {
         handle(item);
     }
     m_wait.end(reached());

@@ -103,6 +103,9 @@ void Publisher::onLost(const QString &server)
             m_server.closeNotification(publication->id(), server);
         }
         act(publication, publication->serverLost());
+        if (publication->isNeeded()) {
+            m_server.ask(true); // its publish may start a service, also once the server has left
+        }
     }
 }
 
@@ -138,7 +141,11 @@ void Publisher::onAnswer(quint64 call, const QDBusMessage &answer)
     }
     act(publication, publication->identified(id));
     if (publication->isTransient() && !m_server.capabilities().isOurs()) {
-        QTimer::singleShot(transientLimitMs, this, [this, publication] { act(publication, publication->close()); });
+        QTimer::singleShot(transientLimitMs, this, [this, publication] {
+            if (publication->isTransient() && m_catalogue.find(publication->id()) == publication) {
+                act(publication, publication->close());
+            }
+        });
     }
 }
 

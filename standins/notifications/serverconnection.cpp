@@ -120,6 +120,9 @@ void ServerConnection::askCapabilities()
 /// Some servers do not see calls that came while they were starting until another one comes.
 void ServerConnection::remind()
 {
+    if (m_reminder.interval() == firstReminderMs) {
+        qCWarning(vorn) << "The notification server does not answer yet";
+    }
     sendWithoutAnswer(call(QStringLiteral("GetServerInformation")));
     m_reminder.setInterval(qMin(2 * m_reminder.interval(), lastReminderMs));
 }

@@ -14,8 +14,9 @@ bool settle(const QDBusConnection &client, QString *error)
                                        protocol::service(), "GetServerInformation");
     const QDBusMessage answer = client.call(question, QDBus::Block, 5000);
     // The client library receives on a thread of its own, and emits signals in the turn after that.
-    if (QThread *const thread = qApp->findChild<QThread *>(QStringLiteral("notifications"))) {
-        QMetaObject::invokeMethod(QAbstractEventDispatcher::instance(thread), [] {}, Qt::BlockingQueuedConnection);
+    if (auto *const thread = qApp->property("vorn.notifications.thread").value<QThread *>()) {
+        QMetaObject::invokeMethod(
+            QAbstractEventDispatcher::instance(thread), [] {}, Qt::BlockingQueuedConnection);
     }
     QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents();

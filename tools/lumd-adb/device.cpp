@@ -46,6 +46,16 @@ Device::Device(const QString &serial)
     connect(&m_log, finished, this, [this] { use({}); }); // some versions of adb do not list that a device is gone
     connect(&m_log, finished, &m_retry, retryLater);
     connect(&m_question, finished, this, &Device::readAnswer);
+    for (const QProcess *process : {&m_tracker, &m_log, &m_question}) { // one that cannot start never finishes
+        connect(process, &QProcess::errorOccurred, this, [this, process](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart) {
+                if (process != &m_question) {
+                    use({});
+                }
+                m_retry.start();
+            }
+        });
+    }
 }
 
 Device::~Device()
