@@ -25,8 +25,8 @@ class Notification;
 ///
 /// One version is under way at a time, and events come in the order of the server. So a report before the answer to an
 /// update is about the version before: the update is shown all the same, and if it is refused, nothing is (tell: Gone,
-/// or send the kept version as a new one). A report while a version waits for its turn is about the version before, too:
-/// the next one is sent as a new one. A server that has expired a version may never report it as closed: closing
+/// or send the kept version as a new one). A report while a version waits for its turn is about the version before,
+/// too: the next one is sent as a new one. A server that has expired a version may never report it as closed: closing
 /// leads from Shown to Gone at once.
 ///
 /// The content lives until the server has confirmed it, and after that while its object lives. So a change of servers
