@@ -52,7 +52,7 @@ void Publisher::act(const PublicationPtr &publication, Publication::Order order)
     if (const PublicationPtr loser = m_catalogue.update(publication)) {
         act(loser, loser->identifierLost());
     }
-    if (order == Order::Send) {
+    if (order == Order::Send && m_server.isFound() && m_server.isOpen()) {
         m_outbox.append(publication);
     }
     if (order == Order::Close || order == Order::CloseAndTell) {
