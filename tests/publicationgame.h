@@ -35,7 +35,7 @@ struct Game {
             obey(one->belongsTo(host));
         } else if (move == 'u') { // the user dismisses
             ++dismissed;
-            news.push_back({screen.begin()->first, 0});
+            news.emplace_back(screen.begin()->first, 0);
             screen.clear();
         } else if (move == 'c') { // the client comes to the server's next message
             const auto [closed, given] = news.front();
@@ -54,14 +54,14 @@ struct Game {
             const auto [id, shows] = calls.front();
             calls.pop_front();
             if (shows == 0 && screen.erase(id) > 0) {
-                news.push_back({id, 0});
+                news.emplace_back(id, 0);
             } else if (shows != 0 && move == 'r') {
                 ++refused;
-                news.push_back({0, 0});
+                news.emplace_back(0, 0);
             } else if (shows != 0) {
                 const uint given = id != 0 && (keepsIds || screen.count(id) > 0) ? id : ++lastId;
                 screen[given] = shows;
-                news.push_back({0, given});
+                news.emplace_back(0, given);
             }
         }
         return true;
@@ -70,10 +70,10 @@ struct Game {
     {
         using Order = Publication::Order;
         if (order == Order::Send) {
-            calls.push_back({one->id(), one->content().itemCount});
+            calls.emplace_back(one->id(), one->content().itemCount);
             one->sent({});
         } else if (order == Order::Close || order == Order::CloseAndTell) {
-            calls.push_back({one->id(), 0});
+            calls.emplace_back(one->id(), 0);
         }
         told += order == Order::Tell || order == Order::CloseAndTell;
         refused += order == Order::Warn;

@@ -82,7 +82,7 @@ Inbox::~Inbox()
     m_thread.wait();
 }
 
-void Inbox::listen(Change change, QDBusConnection connection, const QString &path, const QString &interface,
+void Inbox::listen(Change change, QDBusConnection &connection, const QString &path, const QString &interface,
                    const QString &signal, const QStringList &arguments)
 {
     (connection.*change)(QString(), path, interface, signal, arguments, QString(), m_signals,

@@ -39,7 +39,7 @@ public:
                                              const QStringList &, const QString &, QObject *, const char *);
     /// Connects to signals, or disconnects from them. They name no sender: Qt would ask the bus
     /// daemon for its unique name, and wait for the answer without a bound.
-    void listen(Change change, QDBusConnection connection, const QString &path, const QString &interface,
+    void listen(Change change, QDBusConnection &connection, const QString &path, const QString &interface,
                 const QString &signal, const QStringList &arguments);
     /// Sends a call; returns its number. Numbers grow. Without a time limit: a late answer is worth having, too.
     quint64 send(const QDBusConnection &connection, const QDBusMessage &call);

@@ -43,7 +43,7 @@ PublicationPtr Outbox::answered(quint64 call)
             limit(earlier->first, earlier->second);
         }
     }
-    const PublicationPtr publication = found->second.publication;
+    PublicationPtr publication = found->second.publication;
     m_calls.erase(found);
     return publication;
 }

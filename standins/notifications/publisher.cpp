@@ -69,7 +69,7 @@ void Publisher::act(const PublicationPtr &publication, Publication::Order order)
 /// The publication of which `notification` is a version, or a new one.
 PublicationPtr Publisher::claim(NotificationPrivate &notification)
 {
-    const PublicationPtr own = notification.publication;
+    PublicationPtr own = notification.publication;
     if (own && own->state() != Publication::State::Gone) {
         return own;
     }

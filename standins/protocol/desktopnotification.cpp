@@ -15,7 +15,8 @@ QHash<QString, QVariantMap> remoteActions(const QVariantMap &hints)
 {
     QHash<QString, QVariantMap> actions;
     const QByteArray text = hints.value(protocol::hint::remoteActions()).toString().toUtf8();
-    for (const QJsonValue &element : QJsonDocument::fromJson(text).array()) {
+    const QJsonArray array = QJsonDocument::fromJson(text).array();
+    for (const QJsonValue &element : array) {
         const QVariantMap action = element.toObject().toVariantMap();
         actions.insert(action.value(QStringLiteral("name")).toString(), action);
     }
