@@ -483,7 +483,7 @@ SERVERS = {
     "mako": Mako("mako-notifier", "mako", press="makoctl invoke -n {id} '{key}'", tap="makoctl invoke -n {id}",
                  dismiss="makoctl dismiss -n {id}"),
     "swaync": Sway("sway-notification-center", "swaync"),
-    "ukui": Ukui("ukui-notification-daemon", tap="Lunch", fails="text dismissed progress stays"),
+    "ukui": Ukui("ukui-notification-daemon", tap="Lunch", fails="text dismissed progress"),
     "notify-osd": Pixels("notify-osd picom", "picom", "/usr/lib/*/notify-osd", fails="dismissed removed"),
     "budgie": Desktop("budgie-core openbox", "openbox", "env XDG_CURRENT_DESKTOP=Budgie:GNOME budgie-daemon",
                       dismiss="Close"),
