@@ -89,7 +89,7 @@ class Desktop:
         number = 1000 + os.getpid() % 50000  # two servers that look for a free one may find the same
         os.environ["DISPLAY"] = f":{number}"
         start("Xvfb", f":{number}", "-screen", "0", "%dx%dx24" % self.size(), "-dpi", str(96 * self.scale),
-              "-nolisten", "tcp")
+              "-nolisten", "tcp", "-noreset")  # a reset, after the last window, refuses connections for a moment
         self.until(lambda: os.path.exists(f"/tmp/.X11-unix/X{number}"), "no display")
         if self.scale > 1:
             start("picom", "--backend", "xrender")
@@ -483,7 +483,7 @@ SERVERS = {
     "mako": Mako("mako-notifier", "mako", press="makoctl invoke -n {id} '{key}'", tap="makoctl invoke -n {id}",
                  dismiss="makoctl dismiss -n {id}"),
     "swaync": Sway("sway-notification-center", "swaync"),
-    "ukui": Ukui("ukui-notification-daemon", tap="Lunch", fails="text dismissed progress"),
+    "ukui": Ukui("ukui-notification-daemon", tap="Lunch", fails="text dismissed progress", light=False),
     "notify-osd": Pixels("notify-osd picom", "picom", "/usr/lib/*/notify-osd", fails="dismissed removed"),
     "budgie": Desktop("budgie-core openbox", "openbox", "env XDG_CURRENT_DESKTOP=Budgie:GNOME budgie-daemon",
                       dismiss="Close"),
