@@ -6,6 +6,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <optional>
 
 /// A host, a server and its user play with one publication; each letter is a move.
 struct Game {
@@ -19,7 +20,7 @@ struct Game {
         const bool listed = one->state() != Publication::State::Gone && !one->isOver();
         if (move == 'p') { // the host publishes
             if (!listed) {
-                one.emplace(NotificationContent(), 0);
+                one.emplace(QVariant(), 0);
             }
             NotificationContent content;
             content.itemCount = ++version;
@@ -93,7 +94,7 @@ struct Game {
 
     bool keepsIds;
     Notification *host;
-    std::optional<Publication> one{std::in_place, NotificationContent(), 0U};
+    std::optional<Publication> one{std::in_place, QVariant(), 0U};
     std::map<uint, int> screen{};             ///< versions by identifier
     std::deque<std::pair<uint, int>> calls{}; ///< an identifier, and the version to show or 0 to close
     std::deque<std::pair<uint, uint>> news{}; ///< an identifier that is closed, or 0 and the one given, 0 if refused

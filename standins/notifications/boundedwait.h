@@ -6,25 +6,21 @@
 #include <algorithm>
 
 /// The time for which a thread with other duties may wait for a server: 1.5 s in any 10 s, however the server answers.
-/// After a wait in vain, no further wait is allowed until some answer has come quickly.
+/// After a wait in vain, no further wait is allowed until the server has answered.
 class BoundedWait
 {
 public:
     BoundedWait() { m_clock.start(); }
 
-    /// Forgets that the previous server was waited for in vain.
+    /// The server has answered, or another one has come.
     void trust() { m_disappointed = false; }
-    /// An answer has come, this long after its question.
-    void heard(qint64 afterMs) { m_disappointed = m_disappointed && afterMs > quickMs; }
-
-    /// Starts a wait; returns how long it may take.
+    /// Starts a wait; returns how long it may take, in milliseconds.
     qint64 begin()
     {
         m_budgetMs = std::min(m_budgetMs + sinceLast() * savedInOneMs, maximumMs);
         m_clock.start();
         return m_disappointed ? 0 : static_cast<qint64>(m_budgetMs);
     }
-    /// Ends the wait.
     void end(bool answered)
     {
         m_budgetMs = std::max(m_budgetMs - sinceLast(), 0.0);
@@ -36,7 +32,6 @@ private:
     /// The longest wait, and the most that can be saved up; 10 s add as much as makes 1.5 s in all.
     static constexpr double maximumMs = 1000;
     static constexpr double savedInOneMs = 0.05;
-    static constexpr qint64 quickMs = 250;
 
     double sinceLast() const { return static_cast<double>(m_clock.nsecsElapsed()) / 1e6; }
 

@@ -7,19 +7,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <limits>
 #include <utility>
-
-namespace
-{
-
-qint64 now()
-{
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
-} // namespace
 
 /// Receives the answer to one call at a time, or signals.
 class Receiver : public QObject
@@ -31,22 +19,17 @@ public:
         : m_inbox(inbox)
     {
     }
-    /// Before the call is sent; from then on its members are used on the receiving thread.
-    void start(quint64 call)
-    {
-        m_sentMs = now();
-        m_call = call;
-    }
+    /// Before the call is sent.
+    void expect(quint64 call) { m_call = call; }
 
 public Q_SLOTS:
     void onSignal(const QDBusMessage &signal) { m_inbox->append({0, signal}); }
-    void onAnswer(const QDBusMessage &answer) { m_inbox->append({m_call, answer, now() - m_sentMs, this}); }
+    void onAnswer(const QDBusMessage &answer) { m_inbox->append({m_call, answer, this}); }
     void onError(const QDBusError &error) { onAnswer(QDBusMessage::createError(error)); }
 
 private:
     Inbox *const m_inbox;
     std::atomic<quint64> m_call = 0;
-    std::atomic<qint64> m_sentMs = 0;
 };
 
 namespace
@@ -89,17 +72,17 @@ void Inbox::listen(Change change, QDBusConnection &connection, const QString &pa
                          SLOT(onSignal(QDBusMessage)));
 }
 
-quint64 Inbox::send(const QDBusConnection &connection, const QDBusMessage &call)
+quint64 Inbox::send(const QDBusConnection &connection, const QDBusMessage &call, int timeoutMs)
 {
     if (m_idle.empty()) {
         m_idle.push_back(makeReceiver(this, &m_thread));
     }
     Receiver *const receiver = m_idle.back();
     m_idle.pop_back();
-    receiver->start(++m_lastCall);
+    receiver->expect(++m_lastCall);
     if (!connection.callWithCallback(call, receiver, SLOT(onAnswer(QDBusMessage)), SLOT(onError(QDBusError)),
-                                     std::numeric_limits<int>::max())) {
-        append({m_lastCall, QDBusMessage::createError(connection.lastError()), 0, receiver});
+                                     timeoutMs)) {
+        append({m_lastCall, QDBusMessage::createError(connection.lastError()), receiver});
     }
     return m_lastCall;
 }

@@ -25,7 +25,6 @@ public:
     struct Item {
         quint64 call = 0; ///< the number of the call that is answered; 0 for a signal
         QDBusMessage message;
-        qint64 afterMs = 0; ///< from the call to its answer
         Receiver *receiver = nullptr;
     };
 
@@ -41,8 +40,9 @@ public:
     /// daemon for its unique name, and wait for the answer without a bound.
     void listen(Change change, QDBusConnection &connection, const QString &path, const QString &interface,
                 const QString &signal, const QStringList &arguments);
-    /// Sends a call; returns its number. Numbers grow. Without a time limit: a late answer is worth having, too.
-    quint64 send(const QDBusConnection &connection, const QDBusMessage &call);
+    /// Sends a call; returns its number. Numbers grow. An answer that takes longer than `timeoutMs` is replaced by an
+    /// error.
+    quint64 send(const QDBusConnection &connection, const QDBusMessage &call, int timeoutMs);
     void append(const Item &item);
     /// The next item, if there is one.
     bool next(Item *item);

@@ -5,7 +5,6 @@
 #include "standins/notifications/notification_p.h"
 
 #include <memory>
-#include <optional>
 
 class Notification;
 
@@ -29,9 +28,9 @@ class Notification;
 /// too: the next one is sent as a new one. A server that has expired a version may never report it as closed: closing
 /// leads from Shown to Gone at once.
 ///
-/// The content lives until the server has confirmed it, and after that while its object lives. So a change of servers
-/// loses nothing: all go back to Unsent and are sent to the next one, without the sound that they have made. A version
-/// that is under way at three losses is given up, since it may be their cause.
+/// The content is wanted until a server has confirmed or refused it, and after that while its object lives. So a change
+/// of servers loses nothing: all go back to Unsent and are sent to the next one, without the sound that they have made.
+/// A version that is under way at three losses is given up, since it may be their cause.
 class Publication
 {
 public:
@@ -42,42 +41,39 @@ public:
         Close, ///< ask the server to close `id()`
         Tell,  ///< the object that the notification is closed, because of `closeReason()`
         CloseAndTell,
-        Warn, ///< the content was dropped
+        Warn, ///< the content was given up
     };
 
-    /// `id` is the identifier of a notification that the server shows already; 0 for none.
-    Publication(const NotificationContent &content, uint id);
+    /// `key` is the host's, null if it has none; `id` is the identifier of a notification that the server shows
+    /// already, 0 for none.
+    Publication(const QVariant &key, uint id);
 
     /// Grows from one publication to the next.
     quint64 number() const { return m_number; }
+    const QVariant &key() const { return m_key; }
     State state() const { return m_state; }
     /// The server's identifier; 0 while there is none.
     uint id() const { return m_id; }
-    /// The host's key; not set if it has none.
-    const std::optional<QString> &key() const { return m_key; }
-    bool isTransient() const { return m_transient; }
     uint closeReason() const { return m_closeReason; }
-    const NotificationContent &content() const { return *m_content; }
-    /// Whether the version published last is to be sent, and whether it can be now.
+    /// The version published last.
+    const NotificationContent &content() const { return m_content; }
+    /// Whether it is to be sent, and whether it can be now.
     bool isPending() const { return m_pending; }
     bool isReady() const { return m_pending && !isUnanswered(); }
-    /// Whether no server has confirmed or refused the version published last.
-    bool isNeeded() const { return m_needed; }
     bool isUnanswered() const
     {
         return m_state == State::Sent || m_state == State::Updating || m_state == State::Closing;
     }
     /// Whether it is wanted on the screen.
     bool isLive() const { return m_state != State::Left && m_state != State::Gone; }
+    /// Whether it was under way when a server was lost, and none has confirmed it since.
+    bool isLost() const { return m_losses != 0; }
     /// Whether no further event matters. An object that is yet to be told keeps the publication.
-    bool isOver() const;
+    bool isOver() const { return !m_object && (!isLive() || (m_state == State::Unsent && !m_pending)); }
     /// The object that published it last; null once that is destroyed.
     Notification *object() const { return m_object; }
     /// The buttons of the version shown.
     const QVector<Button> &buttons() const { return m_buttons; }
-    /// Whether an action may be reported: some servers report the tap, too, when a button is pressed. Only a resident
-    /// notification may have several.
-    bool mayInvoke() const { return m_resident || !m_invoked; }
 
     // Events
     Order publish(const NotificationContent &content);
@@ -89,39 +85,35 @@ public:
     Order giveUp();
     Order identified(uint id);
     Order refused();
-    Order invoked();
     /// The server has taken it off the screen. Nobody knows whether it keeps it, or will ever report that it is closed.
     Order expired();
     Order close();
     Order closed(uint reason);
-    /// The server gave the identifier to another notification.
-    Order identifierLost();
-    /// The server is gone, and its identifiers with it.
+    /// The server is gone, or has given the identifier to another notification.
     Order serverLost();
     /// Another server has come.
     Order serverFound();
+    /// The user has invoked an action. Returns whether that counts: some servers report the tap, too, when a button is
+    /// pressed, and only a resident notification may have several.
+    bool invoke();
 
 private:
-    void settle();
-    void dropContent();
+    Order settle();
     Order gone(uint reason);
     Order proceed() const { return m_pending ? Order::Send : Order::Nothing; }
 
     const quint64 m_number;
+    const QVariant m_key;
     State m_state;
     uint m_id;
     uint m_closeReason = 0; ///< not 0: a version was reported closed while the next one was under way
     int m_losses = 0;       ///< of servers, since the last confirmation
     bool m_pending = false;
-    bool m_needed = false; ///< the content, even if the object is gone
-    bool m_heard = false;  ///< a server has confirmed the content
+    bool m_heard = false; ///< a server has confirmed the content
     bool m_invoked = false;
     bool m_expired = false;
-    bool m_resident = false;
-    bool m_transient = false;
-    std::optional<QString> m_key;
     Notification *m_object = nullptr;
-    std::optional<NotificationContent> m_content;
+    NotificationContent m_content;
     QVector<Button> m_buttons;
     QVector<Button> m_nextButtons; ///< of the version under way
 };

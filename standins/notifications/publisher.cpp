@@ -11,6 +11,18 @@
 
 Q_DECLARE_LOGGING_CATEGORY(vorn)
 
+Publisher::Publisher()
+{
+    connect(&m_server, &ServerConnection::found, this, &Publisher::onFound);
+    connect(&m_server, &ServerConnection::missing, this, &Publisher::onMissing);
+    connect(&m_server, &ServerConnection::lost, this, &Publisher::onLost);
+    connect(&m_server, &ServerConnection::listed, this, &Publisher::onListed);
+    connect(&m_server, &ServerConnection::answered, this, &Publisher::onAnswer);
+    connect(&m_server, &ServerConnection::signalled, this, &Publisher::onSignal);
+    connect(&m_patience, &QTimer::timeout, this, &Publisher::refuseOvertaken);
+    m_patience.setSingleShot(true);
+}
+
 Publisher *Publisher::instance()
 {
     if (!s_instance && !s_over) {
@@ -29,31 +41,22 @@ bool Publisher::use(const QDBusConnection &connection)
     if (!connection.isConnected()) {
         return false;
     }
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        if (Notification *const notification = publication->object()) {
-            notification->d->publication.reset();
-        }
-        act(publication, publication->belongsTo(nullptr));
-    }
-    m_catalogue.clear();
-    m_outbox.clear();
     m_server.use(connection);
+    onLost({});
     m_wait = BoundedWait();
     return true;
 }
 
 /// Carries out the order that follows from an event. Each event is reported in a call of this function, so:
-/// - A publication is in the catalogue from its first event until it is over.
-/// - A publication that is ready to be sent is in the outbox, if there is a server.
+/// - A publication is filed from its first event until it is over.
+/// - A publication that is ready to be sent waits for that, if there is a server.
 /// - Nothing is emitted here: the object is told later, by the event loop.
 void Publisher::act(const PublicationPtr &publication, Publication::Order order)
 {
     using Order = Publication::Order;
-    if (const PublicationPtr loser = m_catalogue.update(publication)) {
-        act(loser, loser->identifierLost());
-    }
+    file(publication);
     if (order == Order::Send && m_server.isFound() && m_server.isOpen()) {
-        m_outbox.append(publication);
+        m_waiting.push_back(publication);
     }
     if (order == Order::Close || order == Order::CloseAndTell) {
         m_server.closeNotification(publication->id(), m_server.owner());
@@ -66,19 +69,57 @@ void Publisher::act(const PublicationPtr &publication, Publication::Order order)
     }
 }
 
+/// Files a publication after an event, or drops it if it is over. An identifier belongs to the publication that the
+/// server gave it to last.
+void Publisher::file(const PublicationPtr &publication)
+{
+    const bool over = publication->isOver();
+    const uint id = over || publication->state() == Publication::State::Gone ? 0 : publication->id();
+    const uint formerId = std::exchange(m_all[publication], id);
+    if (formerId != id && m_identified.value(formerId) == publication) {
+        m_identified.remove(formerId);
+    }
+    if (over) {
+        m_all.erase(publication);
+        return;
+    }
+    const PublicationPtr other = id != 0 ? std::exchange(m_identified[id], publication) : publication;
+    if (other && other != publication) {
+        act(other, other->serverLost());
+    }
+}
+
+/// The publication of which a notification is a new version: by its identifier, or without one by its key, if that
+/// publication has no identifier and its object is gone. Null if there is none.
+PublicationPtr Publisher::find(uint id, const QVariant &key) const
+{
+    if (id != 0 || !key.isValid() || m_all.size() == static_cast<size_t>(m_identified.size())) { // as nearly always
+        return m_identified.value(id);
+    }
+    for (const auto &[any, filedId] : m_all) {
+        const bool isOrphan = any->id() == 0 && !any->object() && any->state() != Publication::State::Closing;
+        if (isOrphan && any->key() == key) {
+            return any;
+        }
+    }
+    return nullptr;
+}
+
 /// The publication of which `notification` is a version, or a new one.
 PublicationPtr Publisher::claim(NotificationPrivate &notification)
 {
-    PublicationPtr own = notification.publication;
-    if (own && own->state() != Publication::State::Gone) {
-        return own;
-    }
-    if (own) {
+    PublicationPtr &own = notification.publication;
+    if (own && own->state() == Publication::State::Gone) {
         act(own, own->belongsTo(nullptr));
+        own.reset();
     }
-    const uint id = std::exchange(notification.id, 0);
-    notification.publication = m_catalogue.match(std::make_shared<Publication>(notification, id));
-    return notification.publication;
+    if (!own) {
+        const uint id = std::exchange(notification.id, 0);
+        const QVariant key = notification.hints.value(protocol::hint::originKey());
+        const PublicationPtr known = find(id, key);
+        own = known ? known : std::make_shared<Publication>(key, id);
+    }
+    return own;
 }
 
 void Publisher::publish(Notification *notification)
@@ -87,13 +128,12 @@ void Publisher::publish(Notification *notification)
     act(publication, publication->belongsTo(notification));
     act(publication, publication->publish(*notification->d));
     if (!m_server.isOpen()) {
-        return giveUp(publication, "there is no connection.", m_server.errorString());
+        return giveUp(publication, "there is no connection.", m_server.connectionError());
     }
     m_server.ask(true);
     sendWaiting();
     waitUntil([this, &publication] {
-        return !publication->isPending() && !publication->isUnanswered() &&
-               !(publication->isNeeded() && m_server.isAsking());
+        return !publication->isUnanswered() && !(publication->isPending() && m_server.isExpected());
     });
 }
 
@@ -146,37 +186,27 @@ void Publisher::close(Notification *notification)
 {
     if (const PublicationPtr publication = notification->d->publication) {
         act(publication, publication->close());
-    } else if (notification->d->id != 0 && m_server.isOpen()) {
-        m_server.closeNotification(notification->d->id, m_server.owner());
     }
 }
 
 QList<QObject *> Publisher::list()
 {
-    QList<uint> leftovers;
     if (m_server.isOpen()) {
         m_server.ask(false);
         if (m_server.isFound() && m_server.capabilities().isOurs()) {
             m_server.list();
         }
-        m_leftovers = &leftovers;
+        m_listing = true;
         waitUntil([this] { return !m_server.isAsking(); });
-        m_leftovers = nullptr;
+        m_listing = false;
     }
     QList<QObject *> objects;
-    const auto append = [&objects](uint id, const PublicationPtr &publication) {
-        auto *const notification = new Notification;
-        notification->d->id = id;
-        notification->d->publication = publication;
-        objects.append(notification);
-    };
-    for (const PublicationPtr &publication : m_catalogue.all()) {
+    for (const auto &[publication, id] : m_all) {
         if (publication->isLive()) {
-            append(publication->id(), publication);
+            auto *const notification = new Notification;
+            notification->d->publication = publication;
+            objects.append(notification);
         }
-    }
-    for (const uint id : qAsConst(leftovers)) {
-        append(id, nullptr);
     }
     return objects;
 }
@@ -192,13 +222,10 @@ void Publisher::forget(Notification *notification)
 /// The program ends: nothing may stay on the desktop that nobody serves any more.
 void Publisher::closeAll()
 {
-    Inbox::Item item;
-    while (m_inbox.next(&item)) {
-        handle(item);
-    }
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        if (publication->id() != 0 && publication->isLive()) {
-            m_server.closeNotification(publication->id(), m_server.owner());
+    customEvent(nullptr);
+    for (const auto &[publication, id] : m_all) {
+        if (id != 0 && publication->isLive()) {
+            m_server.closeNotification(id, m_server.owner());
         }
     }
 }

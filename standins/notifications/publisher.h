@@ -2,11 +2,14 @@
 #pragma once
 
 #include "standins/notifications/boundedwait.h"
-#include "standins/notifications/catalogue.h"
 #include "standins/notifications/inbox.h"
-#include "standins/notifications/outbox.h"
+#include "standins/notifications/publication.h"
 #include "standins/notifications/serverconnection.h"
 
+#include <QtCore/QHash>
+
+#include <deque>
+#include <map>
 #include <optional>
 
 /// All notifications that this process has published and that may still be shown. Lives on the thread that uses it
@@ -15,6 +18,9 @@
 /// Everything arrives through the inbox and is handled in its order, by `publish()` while that waits for its answer and
 /// else by the event loop. Signals of `Notification` objects come from the event loop only: no caller of `publish()`
 /// expects that its slots run before that returns.
+///
+/// The number of calls under way is limited, for the sake of the server and the bus. Other publications wait in their
+/// records, and each answer makes room for the next, so no notification is given up because there are many.
 class Publisher : public QObject
 {
     Q_OBJECT
@@ -36,22 +42,33 @@ protected:
     void customEvent(QEvent *event) override;
 
 private:
-    Publisher() = default;
+    struct Earlier {
+        bool operator()(const PublicationPtr &one, const PublicationPtr &other) const
+        {
+            return one->number() < other->number();
+        }
+    };
+
+    Publisher();
     PublicationPtr claim(NotificationPrivate &notification);
+    PublicationPtr find(uint id, const QVariant &key) const;
     void act(const PublicationPtr &publication, Publication::Order order);
-    void sendWaiting();
+    void file(const PublicationPtr &publication);
     void giveUp(const PublicationPtr &publication, const char *reason, const QString &error = {});
-    template <typename Condition> void waitUntil(Condition condition);
+    /// The object is told of an action, or without one that the notification is closed.
+    void tell(const PublicationPtr &publication, const std::optional<QString> &action = {});
+    template <typename Condition> void waitUntil(Condition reached);
+    void closeAll();
+
     void handle(const Inbox::Item &item);
     void onFound();
-    void onMissing();
+    void onMissing(const QString &error);
     void onLost(const QString &server);
     void onListed(const NotificationKeys &listed);
     void onAnswer(quint64 call, const QDBusMessage &answer);
     void onSignal(const QDBusMessage &signal);
-    /// The object is told of an action, or without one that the notification is closed.
-    void tell(const PublicationPtr &publication, const std::optional<QString> &action = {});
-    void closeAll();
+    void refuseOvertaken();
+    void sendWaiting();
 
     inline static Publisher *s_instance = nullptr;
     inline static bool s_over = false; ///< the application object is gone
@@ -59,7 +76,11 @@ private:
     Inbox m_inbox{this};
     ServerConnection m_server{&m_inbox};
     BoundedWait m_wait;
-    Catalogue m_catalogue;
-    Outbox m_outbox{&m_inbox};
-    QList<uint> *m_leftovers = nullptr; ///< where a caller takes the identifiers that nobody knows
+    std::map<PublicationPtr, uint, Earlier> m_all; ///< each with the identifier under which it is filed, 0 for none
+    QHash<uint, PublicationPtr> m_identified;
+    std::deque<PublicationPtr> m_waiting;      ///< ready to be sent; some may have been closed meanwhile
+    std::map<quint64, PublicationPtr> m_calls; ///< under way, by number
+    QTimer m_patience;
+    quint64 m_overtaken = 0; ///< while that runs: the number of a call that has overtaken all before it
+    bool m_listing = false;  ///< a caller takes what the server lists
 };

@@ -5,14 +5,14 @@
 #include "standins/notifications/wire.h"
 
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QTimer>
-#include <QtDBus/QDBusArgument>
 
 Q_DECLARE_LOGGING_CATEGORY(vorn)
 
 namespace
 {
 
+constexpr size_t window = 100;
+constexpr int patienceMs = 60000;
 /// Some servers never take a transient notification away, so we do. Others show one at a time, so it gets time to wait
 /// for two before it.
 constexpr int transientLimitMs = 30000;
@@ -22,40 +22,22 @@ constexpr int transientLimitMs = 30000;
 void Publisher::handle(const Inbox::Item &item)
 {
     if (item.call != 0) {
-        m_wait.heard(item.afterMs);
+        m_wait.trust();
     }
-    const ServerConnection::Event event = m_server.receive(item);
-    const QVariantList arguments = item.message.arguments();
-    switch (event) {
-    case ServerConnection::Event::Nothing:
-        break;
-    case ServerConnection::Event::Found:
-        onFound();
-        break;
-    case ServerConnection::Event::Missing:
-        onMissing();
-        break;
-    case ServerConnection::Event::Lost:
-        onLost(arguments.value(1).toString());
-        break;
-    case ServerConnection::Event::Listed:
-        onListed(qdbus_cast<NotificationKeys>(arguments.value(0)));
-        break;
-    case ServerConnection::Event::Answer:
-        onAnswer(item.call, item.message);
-        break;
-    case ServerConnection::Event::Signal:
-        onSignal(item.message);
-        break;
-    }
+    m_server.receive(item);
     sendWaiting();
 }
 
-/// Sends the publications that wait, in order, as far as the window of the outbox allows.
+/// Sends the publications that wait, in order, as far as the window allows.
 void Publisher::sendWaiting()
 {
     const Capabilities &server = m_server.capabilities();
-    while (const PublicationPtr publication = m_server.isFound() && !s_over ? m_outbox.next() : nullptr) {
+    while (m_server.isFound() && !s_over && !m_waiting.empty() && m_calls.size() < window) {
+        const PublicationPtr publication = m_waiting.front();
+        m_waiting.pop_front();
+        if (!publication->isReady()) {
+            continue;
+        }
         const NotificationContent &content = publication->content();
         const QVector<Button> itsButtons = buttons(content.remoteActions, server);
         const DesktopNotification wire = toWire(content, publication->id(), itsButtons, server);
@@ -63,7 +45,7 @@ void Publisher::sendWaiting()
             giveUp(publication, "it is larger than a D-Bus message can be");
         } else {
             act(publication, publication->sent(itsButtons));
-            m_outbox.sent(m_server.notify(wire), publication);
+            m_calls[m_server.notify(wire)] = publication;
         }
     }
 }
@@ -76,18 +58,17 @@ void Publisher::giveUp(const PublicationPtr &publication, const char *reason, co
 
 void Publisher::onFound()
 {
-    m_outbox.clear();
-    for (const PublicationPtr &publication : m_catalogue.all()) {
+    for (const auto &[publication, id] : std::map(m_all)) {
         act(publication, publication->serverFound());
     }
 }
 
-void Publisher::onMissing()
+/// A publication that was under way to an earlier server waits for the next one.
+void Publisher::onMissing(const QString &error)
 {
-    m_outbox.clear();
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        if (publication->isPending()) {
-            giveUp(publication, "there is no server.", m_server.errorString());
+    for (const auto &[publication, id] : std::map(m_all)) {
+        if (publication->isPending() && !publication->isLost()) {
+            giveUp(publication, "there is no server.", error);
         }
     }
 }
@@ -97,26 +78,27 @@ void Publisher::onMissing()
 void Publisher::onLost(const QString &server)
 {
     m_wait.trust();
-    m_outbox.clear();
-    for (const PublicationPtr &publication : m_catalogue.all()) {
-        if (publication->id() != 0 && !server.isEmpty()) {
-            m_server.closeNotification(publication->id(), server);
+    m_waiting.clear();
+    m_calls.clear();
+    for (const auto &[publication, id] : std::map(m_all)) {
+        if (id != 0 && !server.isEmpty()) {
+            m_server.closeNotification(id, server);
         }
         act(publication, publication->serverLost());
-        if (publication->isNeeded()) {
+        if (publication->isPending()) {
             m_server.ask(true); // its publish may start a service, also once the server has left
         }
     }
 }
 
-/// Closes notifications that nobody knows, unless the caller of `list()` takes them: an earlier run has left them.
+/// An earlier run has left the notifications that nobody knows. They are closed, unless the caller of `list()` takes
+/// them.
 void Publisher::onListed(const NotificationKeys &listed)
 {
-    for (auto entry = listed.keyBegin(); entry != listed.keyEnd(); ++entry) {
-        if (!m_catalogue.find(*entry) && m_leftovers) {
-            m_leftovers->append(*entry);
-        } else if (!m_catalogue.find(*entry)) {
-            m_server.closeNotification(*entry, m_server.owner());
+    for (auto entry = listed.begin(); entry != listed.end(); ++entry) {
+        if (!m_identified.contains(entry.key())) {
+            const auto leftover = std::make_shared<Publication>(entry.value(), entry.key());
+            act(leftover, m_listing ? Publication::Order::Nothing : leftover->close());
         }
     }
 }
@@ -125,13 +107,19 @@ void Publisher::onAnswer(quint64 call, const QDBusMessage &answer)
 {
     const QVariant value = answer.arguments().value(0);
     const uint id = value.userType() == QMetaType::UInt ? value.toUInt() : 0;
-    const PublicationPtr publication = m_outbox.answered(call);
-    if (!publication) {
+    const auto known = m_calls.find(call);
+    if (known == m_calls.end()) {
         // Of an earlier server, or too late: nobody else could close that notification.
-        if (id != 0 && (answer.service() != m_server.owner() || !m_catalogue.find(id))) {
+        if (id != 0 && (answer.service() != m_server.owner() || !m_identified.contains(id))) {
             m_server.closeNotification(id, answer.service());
         }
         return;
+    }
+    const PublicationPtr publication = known->second;
+    m_calls.erase(known);
+    if (!m_calls.empty() && m_calls.begin()->first < call && !m_patience.isActive()) {
+        m_overtaken = call;
+        m_patience.start(patienceMs);
     }
     if (id == 0) {
         const QString error = answer.errorMessage();
@@ -140,19 +128,30 @@ void Publisher::onAnswer(quint64 call, const QDBusMessage &answer)
         return act(publication, publication->refused());
     }
     act(publication, publication->identified(id));
-    if (publication->isTransient() && !m_server.capabilities().isOurs()) {
+    if (publication->content().transient && !m_server.capabilities().isOurs()) {
         QTimer::singleShot(transientLimitMs, this, [this, publication] {
-            if (publication->isTransient() && m_catalogue.find(publication->id()) == publication) {
+            if (publication->content().transient && m_identified.value(publication->id()) == publication) {
                 act(publication, publication->close());
             }
         });
     }
 }
 
+/// A call that later ones overtook may stay unanswered for ever, and its publication must not wait for it. So a minute
+/// later it counts as refused.
+void Publisher::refuseOvertaken()
+{
+    while (!m_calls.empty() && m_calls.begin()->first < m_overtaken) {
+        const QString error = QStringLiteral("No answer for a minute");
+        onAnswer(m_calls.begin()->first, QDBusMessage::createError(QDBusError::NoReply, error));
+    }
+    sendWaiting();
+}
+
 void Publisher::onSignal(const QDBusMessage &signal)
 {
     const QVariantList arguments = signal.arguments();
-    const PublicationPtr publication = m_catalogue.find(arguments.value(0).toUInt());
+    const PublicationPtr publication = m_identified.value(arguments.value(0).toUInt());
     if (!publication || arguments.size() < 2) {
         return;
     }
@@ -162,20 +161,16 @@ void Publisher::onSignal(const QDBusMessage &signal)
         const uint reason = server.closeReason(arguments.at(1).toUInt());
         // Most other servers take a pop-up off the screen after a while and keep the notification in a list. Nobody has
         // dismissed it then, and it can still be replaced and closed.
-        if (!server.isOurs() && reason == protocol::Expired) {
-            act(publication, publication->expired());
-        } else {
-            act(publication, publication->closed(reason));
-        }
+        const bool isExpiry = !server.isOurs() && reason == protocol::Expired;
+        act(publication, isExpiry ? publication->expired() : publication->closed(reason));
     } else if (server.isOurs() && signal.member() == QLatin1String("ActionInvoked")) {
         tell(publication, text);
-    } else if (publication->object() && publication->mayInvoke()) {
-        if (const Button *const button = pressed(publication->buttons(), signal.member(), text)) {
+    } else if (const Button *const button = pressed(publication->buttons(), signal.member(), text)) {
+        if (publication->object() && publication->invoke()) {
             const bool typed = button->key == inlineReplyKey();
             const QString answer = typed ? text : button->answer;
             m_server.invoke(button->action, typed || !answer.isEmpty() ? &answer : nullptr);
             tell(publication, button->action.value(QStringLiteral("name")).toString());
-            act(publication, publication->invoked());
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "standins/notifications/wire.h"
 
 #include <QtCore/QLoggingCategory>
+#include <QtDBus/QDBusArgument>
 
 Q_LOGGING_CATEGORY(vorn, "vorn.notifications", QtWarningMsg)
 
@@ -26,8 +27,6 @@ QDBusMessage methodCall(const QString &service, const QString &path, const QStri
     return call;
 }
 
-bool isError(const QDBusMessage &answer) { return answer.type() == QDBusMessage::ErrorMessage; }
-
 } // namespace
 
 ServerConnection::ServerConnection(Inbox *inbox)
@@ -45,7 +44,6 @@ void ServerConnection::use(const QDBusConnection &connection)
     m_inbox->clear();
     m_connection = connection;
     m_owner.clear();
-    m_error.clear();
     reset();
     listen(&QDBusConnection::connect);
 }
@@ -86,10 +84,10 @@ void ServerConnection::sendWithoutAnswer(const QDBusMessage &call) const
     m_connection.call(call, QDBus::NoBlock);
 }
 
-quint64 ServerConnection::send(const QDBusMessage &call)
+quint64 ServerConnection::send(const QDBusMessage &call, int timeoutMs)
 {
     qCDebug(vorn) << "Calls" << call;
-    return m_inbox->send(m_connection, call);
+    return m_inbox->send(m_connection, call, timeoutMs);
 }
 
 void ServerConnection::ask(bool mayStart)
@@ -99,12 +97,16 @@ void ServerConnection::ask(bool mayStart)
         return;
     }
     if (isBus() && m_owner.isEmpty()) {
-        m_step = Step::Owner;
-        m_question = send(
-            methodCall(busService(), busPath(), busService(), QStringLiteral("GetNameOwner"), {protocol::service()}));
+        askBus(Step::Owner, QStringLiteral("GetNameOwner"), {protocol::service()});
     } else {
         askCapabilities();
     }
+}
+
+void ServerConnection::askBus(Step step, const QString &method, const QVariantList &arguments)
+{
+    m_step = step;
+    m_question = send(methodCall(busService(), busPath(), busService(), method, arguments));
 }
 
 void ServerConnection::askCapabilities()
@@ -145,9 +147,8 @@ quint64 ServerConnection::notify(const DesktopNotification &notification)
 
 void ServerConnection::closeNotification(uint id, const QString &server) const
 {
-    const QString callee = isBus() && server.isEmpty() ? protocol::service() : server;
     sendWithoutAnswer(
-        methodCall(callee, protocol::objectPath(), protocol::service(), QStringLiteral("CloseNotification"), {id}));
+        methodCall(server, protocol::objectPath(), protocol::service(), QStringLiteral("CloseNotification"), {id}));
 }
 
 void ServerConnection::invoke(const QVariantMap &action, const QString *answer) const
@@ -155,99 +156,83 @@ void ServerConnection::invoke(const QVariantMap &action, const QString *answer) 
     sendWithoutAnswer(remoteActionCall(action, answer, m_connection));
 }
 
-ServerConnection::Event ServerConnection::receive(const Inbox::Item &item)
+void ServerConnection::receive(const Inbox::Item &item)
 {
-    qCDebug(vorn) << "Receives" << item.message;
+    const QDBusMessage &message = item.message;
+    qCDebug(vorn) << "Receives" << message;
+    const bool byBus = message.service() == busService();
     if (item.call == 0) {
-        const bool byDaemon = item.message.service() == busService(); // anybody can send such signals
-        const bool change = item.message.interface() == busService();
-        return change && byDaemon                             ? onOwnerChanged(item.message)
-               : !change && item.message.service() == m_owner ? Event::Signal
-                                                              : Event::Nothing;
-    }
-    if (item.call == m_list) {
+        if (byBus) { // anybody can send such a signal
+            onOwnerChanged(message);
+        } else if (message.service() == m_owner) {
+            Q_EMIT signalled(message);
+        }
+    } else if (item.call == m_list) {
         m_list = 0;
-        return m_capabilities.isOurs() ? Event::Listed : Event::Nothing;
-    }
-    if (item.call == m_question) {
+        if (m_capabilities.isOurs()) {
+            Q_EMIT listed(qdbus_cast<NotificationKeys>(message.arguments().value(0)));
+        }
+    } else if (item.call == m_question) {
         m_question = 0;
-        return onAnswer(item.message);
+        onAnswer(message);
+    } else if (!byBus) { // the bus answers nothing but questions, here an earlier one
+        Q_EMIT answered(item.call, message);
     }
-    // The bus daemon answers nothing but questions, here an earlier one.
-    return item.message.service() == busService() ? Event::Nothing : Event::Answer;
 }
 
-ServerConnection::Event ServerConnection::onOwnerChanged(const QDBusMessage &signal)
+void ServerConnection::onOwnerChanged(const QDBusMessage &signal)
 {
     reset();
     m_owner = signal.arguments().value(2).toString();
     if (!m_owner.isEmpty() || m_mayStart) {
         ask(false); // also without a notification: the server may list some that are removed since
     }
-    return Event::Lost;
+    Q_EMIT lost(signal.arguments().value(1).toString());
 }
 
 /// The steps of asking: who owns the name; if nobody does, whether a service can be started; the capabilities of the
 /// owner; of a server of another kind, how it is called.
-ServerConnection::Event ServerConnection::onAnswer(const QDBusMessage &answer)
+void ServerConnection::onAnswer(const QDBusMessage &answer)
 {
     const QVariantList arguments = answer.arguments();
-    switch (m_step) {
-    case Step::Owner:
-        if (!isError(answer)) {
-            m_owner = arguments.value(0).toString();
-            askCapabilities();
-            return Event::Nothing;
+    const bool isError = answer.type() == QDBusMessage::ErrorMessage;
+    if (m_step == Step::Owner && !isError) {
+        m_owner = arguments.value(0).toString();
+        askCapabilities();
+    } else if (m_step == Step::Owner && m_mayStart && m_connection.isConnected()) {
+        askBus(Step::Start, QStringLiteral("StartServiceByName"), {protocol::service(), 0U});
+    } else if (m_step == Step::Capabilities && (!isError || m_connection.isConnected())) {
+        onCapabilities(arguments.value(0));
+    } else if (m_step == Step::Information) {
+        if (isError) {
+            qCWarning(vorn) << "The notification server does not say its name";
         }
-        if (m_mayStart && m_connection.isConnected()) {
-            m_step = Step::Start;
-            m_question = send(methodCall(busService(), busPath(), busService(), QStringLiteral("StartServiceByName"),
-                                         {protocol::service(), 0U}));
-            return Event::Nothing;
-        }
-        break;
-    case Step::Capabilities:
-        if (!isError(answer) || m_connection.isConnected()) {
-            return onCapabilities(answer);
-        }
-        break;
-    case Step::Information:
         m_capabilities.setServer(arguments.value(0).toString(), arguments.value(1).toString());
-        return found();
-    default:
-        break; // a service that was started has not taken the name, else this were another question
+        onKnown();
+    } else {
+        m_mayStart = false;
+        reset();
+        Q_EMIT missing(isError ? answer.errorMessage() : QStringLiteral("The service does not take its name"));
     }
-    m_error = isError(answer) ? answer.errorMessage() : QStringLiteral("The service does not take its name");
-    m_mayStart = false;
-    reset();
-    return Event::Missing;
 }
 
-ServerConnection::Event ServerConnection::onCapabilities(const QDBusMessage &answer)
+void ServerConnection::onCapabilities(const QVariant &names)
 {
     m_reminder.stop();
-    const QVariant names = answer.arguments().value(0);
     m_capabilities = names.type() == QVariant::StringList ? Capabilities(names.toStringList()) : Capabilities();
     if (m_capabilities.isOurs()) {
         list(); // servers of another kind may never answer a method that they lack
-        return found();
+        onKnown();
+    } else {
+        m_list = 0; // likewise, if it was asked already
+        m_step = Step::Information;
+        m_question = send(call(QStringLiteral("GetServerInformation")), informationMs);
     }
-    m_list = 0; // likewise, if it was asked already
-    m_step = Step::Information;
-    m_question = send(call(QStringLiteral("GetServerInformation")));
-    QTimer::singleShot(informationMs, this, [this, question = m_question] {
-        if (m_question == question) {
-            qCWarning(vorn) << "The notification server does not say its name";
-            m_inbox->append({question, {}, informationMs});
-        }
-    });
-    return Event::Nothing;
 }
 
-ServerConnection::Event ServerConnection::found()
+void ServerConnection::onKnown()
 {
     m_step = Step::Found;
-    m_error.clear();
     m_mayStart = false;
-    return Event::Found;
+    Q_EMIT found();
 }

@@ -6,6 +6,8 @@
 
 #include <QtCore/QTimer>
 
+#include <limits>
+
 /// The notification server at the other end of a bus or a peer connection: asks who serves and how, sends, and gives
 /// each item of the inbox its meaning.
 ///
@@ -19,16 +21,6 @@ class ServerConnection : public QObject
     Q_OBJECT
 
 public:
-    enum class Event {
-        Nothing,
-        Found,   ///< the server is known
-        Missing, ///< nobody serves, and nobody could be started
-        Lost,    ///< the earlier server has lost the name
-        Listed,  ///< the server has answered `list()`
-        Answer,  ///< to a call that is not a question about the server
-        Signal,  ///< of the server
-    };
-
     explicit ServerConnection(Inbox *inbox);
     ~ServerConnection() override;
 
@@ -36,12 +28,13 @@ public:
     void use(const QDBusConnection &connection);
     /// Whether there is a connection. Without one in use, opens the session bus.
     bool isOpen();
-    /// Why there is no connection, or no server.
-    QString errorString() const { return m_error.isEmpty() ? m_connection.lastError().message() : m_error; }
+    QString connectionError() const { return m_connection.lastError().message(); }
 
     /// Asks who serves, unless that is known or under way. Starts a service if `mayStart` and there is no server.
     void ask(bool mayStart);
     bool isFound() const { return m_step == Step::Found; }
+    /// Whether the server is known, or may become so.
+    bool isExpected() const { return m_step != Step::Unasked; }
     const Capabilities &capabilities() const { return m_capabilities; }
     /// The server's unique name; empty on a peer connection, and while there is none.
     const QString &owner() const { return m_owner; }
@@ -58,8 +51,20 @@ public:
     /// Calls the method that goes with an action, see `remoteActionCall`.
     void invoke(const QVariantMap &action, const QString *answer) const;
 
-    /// Takes in an item of the inbox; returns its meaning.
-    Event receive(const Inbox::Item &item);
+    /// Takes in an item of the inbox, and emits the signal that tells its meaning.
+    void receive(const Inbox::Item &item);
+
+Q_SIGNALS:
+    /// The server is known.
+    void found();
+    /// Nobody serves, and nobody could be started.
+    void missing(const QString &error);
+    /// The server with this unique name has lost the name.
+    void lost(const QString &server);
+    void listed(const NotificationKeys &keys);
+    /// To a call that is not a question about the server.
+    void answered(quint64 call, const QDBusMessage &answer);
+    void signalled(const QDBusMessage &signal);
 
 private:
     enum class Step { Unasked, Owner, Start, Capabilities, Information, Found };
@@ -67,19 +72,20 @@ private:
     void listen(Inbox::Change change);
     bool isBus() const { return !m_connection.baseService().isEmpty(); }
     void reset();
-    quint64 send(const QDBusMessage &call);
-    void askCapabilities();
-    QDBusMessage call(const QString &method, const QVariantList &arguments = {}) const;
+    /// Without a time limit: a late answer is worth having, too.
+    quint64 send(const QDBusMessage &call, int timeoutMs = std::numeric_limits<int>::max());
     void sendWithoutAnswer(const QDBusMessage &call) const;
-    Event onOwnerChanged(const QDBusMessage &signal);
-    Event onAnswer(const QDBusMessage &answer);
-    Event onCapabilities(const QDBusMessage &answer);
-    Event found();
+    QDBusMessage call(const QString &method, const QVariantList &arguments = {}) const;
+    void askBus(Step step, const QString &method, const QVariantList &arguments);
+    void askCapabilities();
     void remind();
+    void onOwnerChanged(const QDBusMessage &signal);
+    void onAnswer(const QDBusMessage &answer);
+    void onCapabilities(const QVariant &names);
+    void onKnown();
 
     Inbox *const m_inbox;
     QDBusConnection m_connection{QString()};
-    QString m_error;
     QString m_owner;
     Capabilities m_capabilities;
     Step m_step = Step::Unasked;
