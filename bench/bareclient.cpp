@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "bench/client.h"
 
+#include "standins/protocol/remoteaction.h"
+
 #include <QtCore/QDataStream>
 #include <QtCore/QDir>
 #include <QtCore/QSaveFile>
@@ -37,9 +39,9 @@ BareClient::BareClient(const QByteArray &content)
     QDataStream stream(QByteArray::fromBase64(content));
     stream >> m_content.appName >> m_content.appIcon >> m_content.summary >> m_content.actions >> m_content.hints >>
         m_content.expireTimeout;
-    const QHash<QString, QVariantMap> actions = remoteActions(m_content.hints);
+    const QHash<QString, RemoteAction> actions = remoteActions(m_content.hints);
     for (int i = 0; i < m_content.actions.size(); i += 2) {
-        m_actions.append(actions.value(m_content.actions.at(i)));
+        m_actions.append(QVariant::fromValue(actions.value(m_content.actions.at(i))));
     }
 }
 

@@ -8,6 +8,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QVector>
+#include <QtDBus/QDBusMessage>
 
 /// One way to show notifications.
 class Client : public QObject

@@ -4,6 +4,7 @@
 #include "standins/protocol/desktopnotification.h"
 
 #include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusMessage>
 
 bool ForeignServer::serve()
 {

@@ -9,21 +9,6 @@ namespace
 /// As many answers as fit on a pop-up.
 constexpr int maximumChoices = 3;
 
-QString text(const QVariantMap &action, const char *member) { return action.value(QLatin1String(member)).toString(); }
-
-QVariantMap input(const QVariantMap &action) { return action.value(QStringLiteral("input")).toMap(); }
-
-QVariantMap defaultAction(const QVariantList &remoteActions)
-{
-    for (const QVariant &description : remoteActions) {
-        const QVariantMap action = description.toMap();
-        if (text(action, "name") == QLatin1String("default") && !action.contains(QStringLiteral("input"))) {
-            return action;
-        }
-    }
-    return {};
-}
-
 } // namespace
 
 QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &server)
@@ -32,37 +17,41 @@ QVector<Button> buttons(const QVariantList &remoteActions, const Capabilities &s
     if (server.isOurs() || !server.contains("actions")) {
         return buttons;
     }
-    bool inlineReply = server.contains(inlineReplyKey());
-    const QVariantMap tap = defaultAction(remoteActions);
+    RemoteAction tap;
+    QVector<RemoteAction> others;
     for (const QVariant &description : remoteActions) {
-        const QVariantMap action = description.toMap();
-        const QString name = text(action, "name");
-        const QString label = text(action, "displayName");
+        const auto action = description.value<RemoteAction>();
+        if (action.name != QLatin1String("default") || action.takesText) {
+            others.append(action);
+        } else if (tap.name.isEmpty()) {
+            tap = action;
+        }
+    }
+    bool inlineReply = server.contains(inlineReplyKey());
+    for (const RemoteAction &action : qAsConst(others)) {
+        const QString &name = action.name;
+        const QString &label = action.displayName;
         if (label.isEmpty()) {
             continue; // nobody could tell its purpose
         }
-        if (!action.contains(QStringLiteral("input"))) {
-            if (name != QLatin1String("default")) {
-                buttons.append({name, label, action, {}});
-            }
-            continue;
-        }
-        const QStringList choices = input(action).value(QStringLiteral("choices")).toStringList();
         const int before = buttons.size();
-        for (int i = 0; i < qMin(choices.size(), maximumChoices); ++i) {
-            if (!choices.at(i).isEmpty()) {
-                buttons.append({QStringLiteral("%1#%2").arg(name).arg(i), choices.at(i), action, choices.at(i)});
+        for (int i = 0; i < qMin(action.choices.size(), maximumChoices); ++i) {
+            const QString &choice = action.choices.at(i);
+            if (!choice.isEmpty()) {
+                buttons.append({QStringLiteral("%1#%2").arg(name).arg(i), choice, action, choice});
             }
         }
-        if (inlineReply && input(action).value(QStringLiteral("freeInput")).toBool()) {
+        if (!action.takesText) {
+            buttons.append({name, label, action, {}});
+        } else if (inlineReply && action.freeInput) {
             buttons.append({inlineReplyKey(), label, action, {}});
             inlineReply = false;
-        } else if (buttons.size() == before && !tap.isEmpty()) {
+        } else if (buttons.size() == before && !tap.name.isEmpty()) {
             buttons.append({name, label, tap, {}});
         }
     }
-    if (!tap.isEmpty()) { // last: one server ignores the actions after it
-        buttons.append({text(tap, "name"), QStringLiteral("Open"), tap, {}});
+    if (!tap.name.isEmpty()) { // last: one server ignores the actions after it
+        buttons.append({tap.name, QStringLiteral("Open"), tap, {}});
     }
     return buttons;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "standins/notifications/capabilities.h"
+#include "standins/protocol/remoteaction.h"
 
 #include <QtCore/QVector>
 
@@ -9,8 +10,8 @@
 struct Button {
     QString key; ///< the action's name in the protocol
     QString label;
-    QVariantMap action; ///< as `Notification::remoteAction` describes it
-    QString answer;     ///< the answer to an action that takes text
+    RemoteAction action;
+    QString answer; ///< the answer to an action that takes text
 };
 
 /// The key of the button that comes with a field to type into, on servers that have one.

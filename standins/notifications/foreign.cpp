@@ -110,13 +110,10 @@ void adaptPictures(DesktopNotification &wire, const NotificationContent &content
 
 void adaptActions(DesktopNotification &wire, const QVector<Button> &buttons)
 {
-    wire.actions.clear();
     for (const Button &button : buttons) {
-        const QVariantMap input = button.action.value(QStringLiteral("input")).toMap();
-        const QString placeholder = input.value(QStringLiteral("label")).toString();
         wire.actions << button.key << button.label;
-        if (button.key == inlineReplyKey() && !placeholder.isEmpty()) {
-            wire.hints.insert(hint::replyPlaceholder(), placeholder);
+        if (button.key == inlineReplyKey() && !button.action.inputLabel.isEmpty()) {
+            wire.hints.insert(hint::replyPlaceholder(), button.action.inputLabel);
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "standins/notifications/include/notificationconnectionmanager.h"
 #include "standins/notifications/notification_p.h"
 #include "standins/notifications/publisher.h"
+#include "standins/protocol/remoteaction.h"
 
 Notification::Notification(QObject *parent)
     : QObject(parent)
@@ -84,22 +85,26 @@ QVariant Notification::remoteAction(const QString &name, const QString &displayN
                                     const QString &objectPath, const QString &interface, const QString &method,
                                     const QVariantList &arguments)
 {
-    return QVariantMap{
-        {QStringLiteral("name"), name},           {QStringLiteral("displayName"), displayName},
-        {QStringLiteral("service"), service},     {QStringLiteral("path"), objectPath},
-        {QStringLiteral("interface"), interface}, {QStringLiteral("method"), method},
-        {QStringLiteral("arguments"), arguments},
-    };
+    static const bool comparable = QMetaType::registerEqualsComparator<RemoteAction>();
+    Q_UNUSED(comparable)
+    RemoteAction action;
+    action.name = name;
+    action.displayName = displayName;
+    action.service = service;
+    action.path = objectPath;
+    action.interface = interface;
+    action.method = method;
+    action.arguments = arguments;
+    return QVariant::fromValue(action);
 }
 
 QVariant Notification::actionSetInputFormat(const QVariant &action, const QString &label, bool freeInput,
                                             const QStringList &choices)
 {
-    QVariantMap changed = action.toMap();
-    changed.insert(QStringLiteral("input"), QVariantMap{
-                                                {QStringLiteral("label"), label},
-                                                {QStringLiteral("freeInput"), freeInput},
-                                                {QStringLiteral("choices"), choices},
-                                            });
-    return changed;
+    auto changed = action.value<RemoteAction>();
+    changed.takesText = true;
+    changed.inputLabel = label;
+    changed.freeInput = freeInput;
+    changed.choices = choices;
+    return QVariant::fromValue(changed);
 }

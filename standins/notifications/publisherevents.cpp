@@ -170,7 +170,7 @@ void Publisher::onSignal(const QDBusMessage &signal)
             const bool typed = button->key == inlineReplyKey();
             const QString answer = typed ? text : button->answer;
             m_server.invoke(button->action, typed || !answer.isEmpty() ? &answer : nullptr);
-            tell(publication, button->action.value(QStringLiteral("name")).toString());
+            tell(publication, button->action.name);
         }
     }
 }

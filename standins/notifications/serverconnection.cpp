@@ -151,7 +151,7 @@ void ServerConnection::closeNotification(uint id, const QString &server) const
         methodCall(server, protocol::objectPath(), protocol::service(), QStringLiteral("CloseNotification"), {id}));
 }
 
-void ServerConnection::invoke(const QVariantMap &action, const QString *answer) const
+void ServerConnection::invoke(const RemoteAction &action, const QString *answer) const
 {
     sendWithoutAnswer(remoteActionCall(action, answer, m_connection));
 }

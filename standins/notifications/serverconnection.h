@@ -3,6 +3,7 @@
 
 #include "standins/notifications/capabilities.h"
 #include "standins/notifications/inbox.h"
+#include "standins/protocol/remoteaction.h"
 
 #include <QtCore/QTimer>
 
@@ -49,7 +50,7 @@ public:
     /// answer: a server that hangs would owe it for good.
     void closeNotification(uint id, const QString &server) const;
     /// Calls the method that goes with an action, see `remoteActionCall`.
-    void invoke(const QVariantMap &action, const QString *answer) const;
+    void invoke(const RemoteAction &action, const QString *answer) const;
 
     /// Takes in an item of the inbox, and emits the signal that tells its meaning.
     void receive(const Inbox::Item &item);

@@ -122,14 +122,13 @@ DesktopNotification toWire(const NotificationContent &content, uint replacesId, 
     const bool preview = content.summary.isEmpty();
     wire.summary = preview ? content.previewSummary : content.summary;
     wire.body = preview && content.body.isEmpty() ? content.previewBody : content.body;
-    for (const QVariant &description : content.remoteActions) {
-        const QVariantMap action = description.toMap();
-        wire.actions << action.value(QStringLiteral("name")).toString()
-                     << action.value(QStringLiteral("displayName")).toString();
-    }
     insertStandardHints(wire.hints, content);
     if (server.isOurs()) {
         insertOwnHints(wire.hints, content);
+        for (const QVariant &description : content.remoteActions) {
+            const auto action = description.value<RemoteAction>();
+            wire.actions << action.name << action.displayName;
+        }
     } else {
         adaptToForeign(wire, content, buttons, server);
     }

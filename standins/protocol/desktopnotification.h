@@ -3,12 +3,11 @@
 
 #include "standins/protocol/hints.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 #include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusMetaType>
 
 /// One notification as it travels over D-Bus: the arguments of `Notify` (freedesktop.org Desktop
 /// Notifications 1.2) with the server's identifier.
@@ -31,17 +30,12 @@ using NotificationKeys = QMap<uint, QString>;
 Q_DECLARE_METATYPE(DesktopNotification)
 Q_DECLARE_METATYPE(NotificationKeys)
 
-/// The text of the hint `protocol::hint::remoteActions()`, for descriptions as `Notification::remoteAction` makes them.
-QString remoteActionsText(const QVariantList &actions);
-/// The descriptions in that hint, if it is among the `hints`, by the actions' names.
-QHash<QString, QVariantMap> remoteActions(const QVariantMap &hints);
-
 /// Makes the types known to Qt; cheap to call again.
-void registerDesktopNotificationTypes();
-
-/// The D-Bus call that goes with an action, described as `protocol::hint::remoteActions()` says, over `connection`, a
-/// bus or a peer. `answer`, null for none, follows the action's own arguments.
-QDBusMessage remoteActionCall(const QVariantMap &action, const QString *answer, const QDBusConnection &connection);
+inline void registerDesktopNotificationTypes()
+{
+    qRegisterMetaType<DesktopNotification>();
+    qDBusRegisterMetaType<NotificationKeys>();
+}
 
 namespace protocol
 {

@@ -3,6 +3,7 @@
 
 #include "extensionadaptor.h"
 #include "notificationsadaptor.h"
+#include "standins/protocol/remoteaction.h"
 
 #include <QtCore/QTimer>
 
@@ -35,18 +36,16 @@ bool hasAction(const DesktopNotification &notification, const QString &action)
 }
 
 /// The reason why the action cannot be invoked with `answer`, null for none; empty when it can.
-QString objection(const QVariantMap &action, const QString *answer)
+QString objection(const RemoteAction &action, const QString *answer)
 {
-    if (!action.contains(QStringLiteral("input"))) {
+    if (!action.takesText) {
         return answer ? QStringLiteral("The action takes no text") : QString();
     }
     if (!answer) {
         return QStringLiteral("The action takes text from the user: reply to it");
     }
-    const QVariantMap input = action.value(QStringLiteral("input")).toMap();
-    const QStringList choices = input.value(QStringLiteral("choices")).toStringList();
-    if (!input.value(QStringLiteral("freeInput")).toBool() && !choices.contains(*answer)) {
-        return QStringLiteral("The answer must be one of: ") + choices.join(QStringLiteral(", "));
+    if (!action.freeInput && !action.choices.contains(*answer)) {
+        return QStringLiteral("The answer must be one of: ") + action.choices.join(QStringLiteral(", "));
     }
     return {};
 }
@@ -179,7 +178,7 @@ bool Server::invoke(uint id, const QString &name, QString *error, const QString 
     if (!hasAction(entry->notification, name)) {
         return fail(error, QStringLiteral("Notification %1 has no action \"%2\"").arg(id).arg(name));
     }
-    const QVariantMap remote = remoteActions(entry->notification.hints).value(name);
+    const RemoteAction remote = remoteActions(entry->notification.hints).value(name);
     const QString problem = objection(remote, answer);
     if (!problem.isEmpty()) {
         return fail(error, problem);
@@ -187,7 +186,7 @@ bool Server::invoke(uint id, const QString &name, QString *error, const QString 
     const bool resident = entry->notification.hints.value(hint::resident()).toBool();
     const QDBusConnection publisher(entry->connection);
     Q_EMIT ActionInvoked(id, name);
-    if (!remote.isEmpty() && publisher.isConnected()) {
+    if (!remote.name.isEmpty() && publisher.isConnected()) {
         publisher.send(remoteActionCall(remote, answer, publisher));
     }
     if (!resident) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "standins/terminal/card.h"
 
+#include "standins/protocol/remoteaction.h"
 #include "standins/terminal/text.h"
 
 #include <QtCore/QDateTime>
@@ -73,18 +74,17 @@ QStringList marks(const DesktopNotification &notification)
 QStringList buttons(const DesktopNotification &notification)
 {
     QStringList buttons;
-    const QHash<QString, QVariantMap> remote = remoteActions(notification.hints);
+    const QHash<QString, RemoteAction> remote = remoteActions(notification.hints);
     for (int i = 0; i + 1 < notification.actions.size(); i += 2) {
         const QString &name = notification.actions.at(i);
         if (name == QLatin1String("default")) {
             continue; // a tap on the notification itself
         }
         QString text = notification.actions.at(i + 1);
-        const QVariantMap input = remote.value(name).value(QStringLiteral("input")).toMap();
-        if (!input.isEmpty()) {
-            text += QChar(0x2026);
-            const QStringList choices = input.value(QStringLiteral("choices")).toStringList();
-            text += choices.isEmpty() ? QString() : QLatin1Char(' ') + choices.join(QStringLiteral(" / "));
+        const RemoteAction action = remote.value(name);
+        if (action.takesText) {
+            const QString choices = action.choices.join(QStringLiteral(" / "));
+            text += QChar(0x2026) + (choices.isEmpty() ? QString() : QLatin1Char(' ') + choices);
         }
         buttons.append(QStringLiteral("[ %1 ]").arg(text));
     }

@@ -6,6 +6,7 @@
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QThread>
+#include <QtDBus/QDBusMessage>
 
 bool settle(const QDBusConnection &client, QString *error)
 {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/lumdsim/output.h"
 
+#include "standins/protocol/remoteaction.h"
 #include "standins/terminal/card.h"
 #include "standins/terminal/text.h"
 
@@ -25,12 +26,11 @@ QJsonObject hints(const DesktopNotification &notification)
 QJsonArray actions(const DesktopNotification &notification)
 {
     QJsonArray array;
-    const QHash<QString, QVariantMap> remote = remoteActions(notification.hints);
+    const QHash<QString, RemoteAction> remote = remoteActions(notification.hints);
     for (int i = 0; i + 1 < notification.actions.size(); i += 2) {
         const QString &name = notification.actions.at(i);
-        array.append(QJsonObject{{"name", name},
-                                 {"title", notification.actions.at(i + 1)},
-                                 {"input", remote.value(name).contains("input")}});
+        const bool input = remote.value(name).takesText;
+        array.append(QJsonObject{{"name", name}, {"title", notification.actions.at(i + 1)}, {"input", input}});
     }
     return array;
 }

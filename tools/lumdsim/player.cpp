@@ -7,6 +7,7 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QScopedValueRollback>
+#include <QtDBus/QDBusMessage>
 
 namespace
 {
