@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "standins/notifications/foreign.h"
-
-#include "standins/protocol/hints.h"
+#include "standins/notifications/wire.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,41 +9,29 @@ namespace hint = protocol::hint;
 namespace
 {
 
-struct Renaming {
-    const char *ours;
+/// Categories, the names that the protocol gives them, and the sounds that the sound naming specification has for them.
+/// All other names are to begin with "x-".
+struct Category {
+    const char *name;
     const char *standard;
+    const char *sound; ///< null for none
 };
 
-/// Icons of the platform's theme, and their counterparts in the icon naming specification.
-constexpr Renaming icons[] = {
-    {"icon-s-android", "phone"},
-    {"icon-lock-warning", "dialog-warning"},
+constexpr Category categories[] = {
+    {"chat", "im.received", "message-new-instant"},
+    {"email", "email.arrived", "message-new-email"},
+    {"progress", "transfer", nullptr},
+    {"call", "call.incoming", "phone-incoming-call"},
+    {"clock", "x-clock", "alarm-clock-elapsed"},
 };
 
-/// Categories, by the names that the protocol gives them. All others are to begin with "x-".
-constexpr Renaming categories[] = {
-    {"chat", "im.received"},
-    {"email", "email.arrived"},
-    {"progress", "transfer"},
-    {"call", "call.incoming"},
-};
-
-/// The sounds that the sound naming specification has for them.
-constexpr Renaming sounds[] = {
-    {"im.received", "message-new-instant"},
-    {"email.arrived", "message-new-email"},
-    {"call.incoming", "phone-incoming-call"},
-    {"x-clock", "alarm-clock-elapsed"},
-};
-
-template <int N> QString renamed(const Renaming (&table)[N], const QString &name, const QString &otherwise)
+/// The counterpart of an icon of the platform's theme in the icon naming specification.
+QString standardIcon(const QString &icon)
 {
-    for (const Renaming &renaming : table) {
-        if (name == QLatin1String(renaming.ours)) {
-            return QString::fromLatin1(renaming.standard);
-        }
+    if (icon == QLatin1String("icon-s-android")) {
+        return QStringLiteral("phone");
     }
-    return otherwise;
+    return icon == QLatin1String("icon-lock-warning") ? QStringLiteral("dialog-warning") : icon;
 }
 
 /// Plain `text` for a server that takes markup. Markup parsers refuse a text with control characters as a whole.
@@ -98,9 +84,7 @@ void adaptTexts(DesktopNotification &wire, const NotificationContent &content, c
 /// not all take URIs, and one never answers when the picture is the name of an icon.
 void adaptPictures(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
-    const QString appIcon = server.has(Capabilities::IconUri) ? wire.appIcon : content.appIcon;
-    wire.appIcon = renamed(icons, appIcon, appIcon);
-    wire.hints.remove(hint::imagePath());
+    wire.appIcon = standardIcon(server.has(Capabilities::IconUri) ? wire.appIcon : content.appIcon);
     if (content.icon.startsWith(QLatin1Char('/'))) {
         const bool old = server.has(Capabilities::OldImagePath);
         wire.hints.insert(old ? hint::oldImagePath() : hint::imagePath(), content.icon);
@@ -120,18 +104,27 @@ void adaptActions(DesktopNotification &wire, const QVector<Button> &buttons)
 
 /// Android's importance 4 is an ordinary chat message, while critical means elsewhere to break through "do not disturb"
 /// and to stay until it is dismissed. That is right for alarms and calls.
-void adaptUrgency(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
+void adaptCategory(DesktopNotification &wire, const NotificationContent &content, const Capabilities &server)
 {
-    const QString name = content.category;
-    const QString category = renamed(categories, name, QStringLiteral("x-") + name);
-    if (!name.isEmpty()) {
+    const QString &name = content.category;
+    QString category = name.isEmpty() ? name : QStringLiteral("x-") + name;
+    QString sound;
+    for (const Category &row : categories) {
+        if (name == QLatin1String(row.name)) {
+            category = QLatin1String(row.standard);
+            sound = QLatin1String(row.sound);
+        }
+    }
+    if (!category.isEmpty()) {
         wire.hints.insert(hint::category(), category);
     }
     const bool waits = name == QLatin1String("clock") || name == QLatin1String("call");
     wire.hints.insert(hint::urgency(),
                       QVariant::fromValue(static_cast<uchar>(waits ? content.urgency : std::min(content.urgency, 1))));
-    const QString sound = renamed(sounds, category, QString());
-    if (server.contains("sound") && !sound.isEmpty() && !wire.hints.contains(hint::suppressSound())) {
+    const QVariant silent = content.hints.value(hint::suppressSound());
+    if (silent.isValid()) {
+        wire.hints.insert(hint::suppressSound(), silent);
+    } else if (server.contains("sound") && !sound.isEmpty()) {
         wire.hints.insert(hint::soundName(), sound);
     }
 }
@@ -144,7 +137,7 @@ void adaptToForeign(DesktopNotification &wire, const NotificationContent &conten
     adaptTexts(wire, content, server);
     adaptPictures(wire, content, server);
     adaptActions(wire, buttons);
-    adaptUrgency(wire, content, server);
+    adaptCategory(wire, content, server);
     // KDE's server reports a click on its close button like an expiry once the pop-up has gone into the list.
     const bool stays =
         (!server.contains("persistence") && server.contains("actions")) || server.contains(inlineReplyKey());

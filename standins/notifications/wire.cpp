@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "standins/notifications/wire.h"
 
-#include "standins/notifications/foreign.h"
-
 #include <QtCore/QFile>
 #include <QtCore/QUrl>
 
@@ -34,25 +32,25 @@ void insertText(QVariantMap &hints, const QString &hint, const QString &text)
     insertIf(!text.isEmpty(), hints, hint, text);
 }
 
-void insertStandardHints(QVariantMap &hints, const NotificationContent &content)
+/// The hints that are the same for all servers.
+void insertCommonHints(QVariantMap &hints, const NotificationContent &content)
 {
-    hints.insert(hint::urgency(), QVariant::fromValue(static_cast<uchar>(content.urgency)));
-    insertText(hints, hint::category(), content.category);
-    insertText(hints, hint::imagePath(), iconUri(content.icon));
     const double fraction = content.progress.toDouble();
     if (!content.progress.isNull() && fraction >= 0) {
         hints.insert(hint::value(), static_cast<int>(std::lround(std::min(fraction, 1.0) * 100)));
     }
     insertIf(content.transient, hints, hint::transient(), true);
     insertIf(content.resident, hints, hint::resident(), true);
-    insertIf(content.hints.contains(hint::suppressSound()), hints, hint::suppressSound(),
-             content.hints.value(hint::suppressSound()));
 }
 
-/// Servers of another kind do not know these hints.
-void insertOwnHints(QVariantMap &hints, const NotificationContent &content)
+/// Adds the actions, and hints that servers of another kind do not know or want in another way.
+void adaptToOurs(DesktopNotification &wire, const NotificationContent &content)
 {
+    QVariantMap &hints = wire.hints;
     hints.insert(hint::owner(), ownerName());
+    hints.insert(hint::urgency(), QVariant::fromValue(static_cast<uchar>(content.urgency)));
+    insertText(hints, hint::category(), content.category);
+    insertText(hints, hint::imagePath(), iconUri(content.icon));
     insertText(hints, hint::subText(), content.subText);
     insertText(hints, hint::previewSummary(), content.previewSummary);
     insertText(hints, hint::previewBody(), content.previewBody);
@@ -62,31 +60,9 @@ void insertOwnHints(QVariantMap &hints, const NotificationContent &content)
     if (!content.remoteActions.isEmpty()) {
         hints.insert(hint::remoteActions(), remoteActionsText(content.remoteActions));
     }
-    for (auto own = content.hints.cbegin(); own != content.hints.cend(); ++own) {
-        hints.insert(own.key(), own.value());
-    }
-}
-
-/// An upper bound of the bytes that a value takes on the wire. Nearly all values are plain ones.
-qint64 wireSize(const QVariant &value)
-{
-    constexpr qint64 overhead = 64; // lengths, signature, padding
-    const auto sizeOfList = [](const auto &list) {
-        return std::accumulate(list.cbegin(), list.cend(), overhead,
-                               [](qint64 sum, const QVariant &element) { return sum + wireSize(element); });
-    };
-    switch (value.userType()) {
-    case QMetaType::QString:
-        return overhead + 3LL * static_cast<const QString *>(value.constData())->size();
-    case QMetaType::QVariantList:
-    case QMetaType::QStringList:
-        return sizeOfList(value.toList());
-    case QMetaType::QVariantMap: {
-        const QVariantMap map = value.toMap();
-        return sizeOfList(map.keys()) + sizeOfList(map);
-    }
-    default:
-        return overhead;
+    for (const QVariant &description : content.remoteActions) {
+        const auto action = description.value<RemoteAction>();
+        wire.actions << action.name << action.displayName;
     }
 }
 
@@ -95,12 +71,17 @@ qint64 wireSize(const QVariant &value)
 bool exceedsMessage(const DesktopNotification &wire)
 {
     constexpr qint64 largestArray = 1LL << 26; // the protocol's; a message holds twice as much
-    const QString *const texts[] = {&wire.appName, &wire.appIcon, &wire.summary, &wire.body};
-    qint64 size = 0;
-    for (const QString *const text : texts) {
-        size += 3LL * text->size();
+    constexpr qint64 overhead = 64;            // of a text: its length, the hint's name, padding
+    QStringList texts = {wire.appName, wire.appIcon, wire.summary, wire.body};
+    texts += wire.actions;
+    for (const QVariant &value : wire.hints) { // of another type, no hint is large
+        if (value.userType() == QMetaType::QString) {
+            texts += value.toString();
+        }
     }
-    return size + wireSize(wire.actions) + wireSize(wire.hints) > largestArray;
+    return std::accumulate(texts.cbegin(), texts.cend(), 0LL, [](qint64 sum, const QString &text) {
+               return sum + overhead + 3LL * text.size();
+           }) > largestArray;
 }
 
 /// Not asked of the application object, which there may not be, nor of the file system, where the program may be
@@ -122,13 +103,10 @@ DesktopNotification toWire(const NotificationContent &content, uint replacesId, 
     const bool preview = content.summary.isEmpty();
     wire.summary = preview ? content.previewSummary : content.summary;
     wire.body = preview && content.body.isEmpty() ? content.previewBody : content.body;
-    insertStandardHints(wire.hints, content);
+    wire.hints = server.isOurs() ? content.hints : QVariantMap();
+    insertCommonHints(wire.hints, content);
     if (server.isOurs()) {
-        insertOwnHints(wire.hints, content);
-        for (const QVariant &description : content.remoteActions) {
-            const auto action = description.value<RemoteAction>();
-            wire.actions << action.name << action.displayName;
-        }
+        adaptToOurs(wire, content);
     } else {
         adaptToForeign(wire, content, buttons, server);
     }

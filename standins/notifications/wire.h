@@ -8,6 +8,9 @@
 /// those of the content, for `server`.
 DesktopNotification toWire(const NotificationContent &content, uint replacesId, const QVector<Button> &buttons,
                            const Capabilities &server);
+/// The part of it that is particular to servers of another kind.
+void adaptToForeign(DesktopNotification &wire, const NotificationContent &content, const QVector<Button> &buttons,
+                    const Capabilities &server);
 /// Whether it might not fit into a D-Bus message, which would cost the whole connection.
 bool exceedsMessage(const DesktopNotification &wire);
 
