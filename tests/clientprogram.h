@@ -76,7 +76,9 @@ struct Program {
         server->run([&] {
             const DesktopNotification one = server->shown.values().value(number);
             key = one.body.section('|', 1);
-            one.id != 0 ? server->close(one.id) : void();
+            if (one.id != 0) {
+                server->close(one.id);
+            }
         });
         return key;
     }
@@ -91,7 +93,9 @@ struct Program {
     static void closeAll(const QList<QObject *> &notifications)
     {
         for (QObject *const object : notifications) {
-            object ? qobject_cast<Notification *>(object)->close() : void();
+            if (object) {
+                qobject_cast<Notification *>(object)->close();
+            }
             delete object;
         }
     }

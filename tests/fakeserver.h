@@ -24,7 +24,13 @@ public:
         registerDesktopNotificationTypes();
         moveToThread(&m_thread);
         m_thread.start();
-        run([this, bus] { bus.isEmpty() ? listen() : attach(QDBusConnection::connectToBus(bus, nextName())); });
+        run([this, bus] {
+            if (bus.isEmpty()) {
+                listen();
+            } else {
+                attach(QDBusConnection::connectToBus(bus, nextName()));
+            }
+        });
     }
     ~FakeServer() override
     {
@@ -56,7 +62,11 @@ public:
     void hold() { m_holding = true; }
     void handleOne()
     {
-        run([this] { m_waiting.isEmpty() ? void() : handle(m_waiting.takeFirst()); });
+        run([this] {
+            if (!m_waiting.isEmpty()) {
+                handle(m_waiting.takeFirst());
+            }
+        });
     }
     /// Handles all that waits, the first ones first, or the last.
     void release(bool lastFirst = false)
@@ -102,7 +112,10 @@ public:
     void run(const std::function<void()> &work)
     {
         const bool here = QThread::currentThread() == &m_thread;
-        const auto visibly = [&] { work(), m_ran = true; }; // ThreadSanitizer does not see how Qt orders threads
+        const auto visibly = [&] {
+            work();
+            m_ran = true; // ThreadSanitizer does not see how Qt orders threads
+        };
         QMetaObject::invokeMethod(this, visibly, here ? Qt::DirectConnection : Qt::BlockingQueuedConnection);
         static_cast<void>(m_ran.load());
     }
@@ -118,9 +131,14 @@ public:
     bool handleMessage(const QDBusMessage &call, const QDBusConnection & /*connection*/) override
     {
         const bool asksNothing = call.member() == "GetServerInformation"; // but tells whether all has arrived
-        const bool waits = m_holding && !asksNothing;
-        waits ? m_waiting.append(call) : handle(call);
-        asksNothing && !call.isReplyRequired() ? release() : void(); // reminded
+        if (m_holding && !asksNothing) {
+            m_waiting.append(call);
+        } else {
+            handle(call);
+        }
+        if (asksNothing && !call.isReplyRequired()) {
+            release(); // reminded
+        }
         return true;
     }
 
@@ -140,7 +158,9 @@ private:
     {
         m_peer = connection;
         m_peer.registerVirtualObject("/", this, QDBusConnection::SubPath);
-        m_peer.baseService().isEmpty() ? void() : takeName();
+        if (!m_peer.baseService().isEmpty()) {
+            takeName();
+        }
     }
     void handle(const QDBusMessage &call)
     {
@@ -156,14 +176,18 @@ private:
             }
         } else if (call.member() == "CloseNotification") {
             calls << QString("Close %1").arg(id);
-            shown.contains(id) ? close(id, 3) : void();
+            if (shown.contains(id)) {
+                close(id, 3);
+            }
         } else if (call.interface() == "com.velmo.lumd") {
             calls << call.member() + ' ' + QVariant(call.arguments()).toStringList().join(' ');
         } else if (call.member() == "GetNotifications") {
             NotificationKeys keys;
             for (const DesktopNotification &one : qAsConst(shown)) {
                 const QString key = one.hints["x-vorn-origin-key"].toString();
-                one.hints["x-vorn-owner"] == call.arguments()[0] ? void(keys.insert(one.id, key)) : void();
+                if (one.hints["x-vorn-owner"] == call.arguments()[0]) {
+                    keys.insert(one.id, key);
+                }
             }
             answer(call.createReply(QVariant::fromValue(keys)));
         } else {

@@ -37,7 +37,11 @@ struct Entry {
         if (type == fs::file_type::symlink) {
             return fs::create_symlink(target, path);
         }
-        type == fs::file_type::directory ? void(fs::create_directory(path)) : void(std::ofstream(path));
+        if (type == fs::file_type::directory) {
+            fs::create_directory(path);
+        } else {
+            std::ofstream created(path);
+        }
         QVERIFY(chmod(path.c_str(), mode) == 0 && (owner == 0 || chown(path.c_str(), owner, owner) == 0));
     }
 };

@@ -102,7 +102,11 @@ private:
             remove(fixture, model);
         } else if (what < 990) {
             fixture.onServer([id = m_ids.value(model.key), either](Server &server) {
-                either ? server.invoke(id, "default") : server.dismiss(id);
+                if (either) {
+                    server.invoke(id, "default");
+                } else {
+                    server.dismiss(id);
+                }
             });
             model.close(either);
         } else if (what < 995) {
