@@ -5,22 +5,16 @@
 #include "tools/harness/settle.h"
 
 #include <QtCore/QProcess>
-#include <QtCore/QTemporaryFile>
 #include <QtTest/QtTest>
 
 #include <notification.h>
 #include <notificationconnectionmanager.h>
 
-/// A bus of its own that starts no services.
+/// A bus of its own.
 struct Bus : QProcess {
     Bus()
     {
-        QTemporaryFile file;
-        file.open();
-        file.write("<busconfig><listen>unix:tmpdir=/tmp</listen><policy context='default'><allow own='*'/>"
-                   "<allow send_destination='*'/><allow receive_sender='*'/></policy></busconfig>");
-        file.close();
-        start("dbus-daemon", {"--config-file=" + file.fileName(), "--nofork", "--print-address"});
+        start("dbus-daemon", {"--config-file=" KAVREL_SOURCE "/tests/bus.conf", "--nofork", "--print-address"});
         address = waitForReadyRead() ? readLine().trimmed() : QByteArray();
     }
     ~Bus() override

@@ -105,12 +105,6 @@ port = socket.create_server(("127.0.0.1", 0)).getsockname()[1]
 os.environ.update(HOME=home.name, TMPDIR=home.name, ANDROID_ADB_SERVER_PORT=str(port),
                   ADB_LOCAL_TRANSPORT_MAX_PORT="5553", LC_ALL="C")  # no phone or emulator of the developer's
 DBusGMainLoop(set_as_default=True)
-with open(home.name + "/bus.conf", "w") as config:  # starts no desktop of the machine's
-    config.write('<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><policy context="default">'
-                 '<allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy></busconfig>')
-daemon = subprocess.Popen(["dbus-daemon", "--nofork", "--print-address", "--config-file=" + config.name],
-                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-os.environ["DBUS_SESSION_BUS_ADDRESS"] = daemon.stdout.readline().strip()
 
 # Obstacles on the way to a device.
 with open(home.name + "/adb", "w") as script:
@@ -172,4 +166,3 @@ try:
 finally:
     adb("kill-server")
     process.kill()
-    daemon.kill()
