@@ -2,7 +2,7 @@
 # lumd-adb as its user meets it: the real adb, a device that speaks its protocol, and a desktop on a bus of its own.
 # SPDX-License-Identifier: MIT
 import itertools, os, re, signal, socket, struct, subprocess, sys, tempfile, threading
-import dbus, dbus.service
+import dbusmock
 from dbus.mainloop.glib import DBusGMainLoop
 from gi.repository import GLib
 
@@ -48,33 +48,19 @@ class Device(threading.Thread):
         self.send(b"WRTE", self.log, b"I notification_enqueue: [...]\n")
 
 
-class Desktop(dbus.service.Object):
-    NAME = "org.freedesktop.Notifications"
-
-    @dbus.service.method(NAME, "susssasa{sv}i", "u")
-    def Notify(self, app, old, icon, summary, body, actions, hints, timeout):
-        ids[summary] = dbus.UInt32(old or next(numbers))
+def called(method, arguments):
+    """The desktop answers a call."""
+    if method == "Notify":
+        _, old, _, summary, body, _, hints, _ = arguments
+        ids[summary] = old or next(numbers)
         verb, sound = "replaced" if old else "shown", " silently" if "suppress-sound" in hints else ""
         happened.append(f"{verb} {summary}: {body}{sound}")
-        return ids[summary]
+    elif method == "CloseNotification":
+        happened.append("closed " + next(summary for summary in ids if ids[summary] == arguments[0]))
 
-    @dbus.service.method(NAME, "u")
-    def CloseNotification(self, id):
-        happened.append("closed " + next(summary for summary in ids if ids[summary] == id))
 
-    @dbus.service.method(NAME, out_signature="as")
-    def GetCapabilities(self):
-        return ["body", "actions"]
-
-    @dbus.service.method(NAME, out_signature="ssss")
-    def GetServerInformation(self):
-        return "test", "test", "1", "1.2"
-
-    @dbus.service.signal(NAME, "us")
-    def ActionInvoked(self, id, action): pass
-
-    @dbus.service.signal(NAME, "uu")
-    def NotificationClosed(self, id, reason): pass
+def signal_from_desktop(name, *arguments):
+    desktop.EmitSignal("", name, "us" if name == "ActionInvoked" else "uu", arguments)
 
 
 def until(*wanted):
@@ -125,7 +111,9 @@ printed = subprocess.run([lumd_adb, "--dump", "-", "--print"], input=dumps[0], c
 assert printed.stdout == open(f"{source}/tests/dumps/android-8.jsonl").read(), printed
 
 happened, ids, numbers = [], {}, itertools.count(1)
-desktop = Desktop(dbus.service.BusName(Desktop.NAME, dbus.SessionBus()), "/org/freedesktop/Notifications")
+_, desktop = dbusmock.DBusTestCase.spawn_server_template(
+    "notification_daemon", {"capabilities": "body actions"}, subprocess.DEVNULL)
+desktop.connect_to_signal("MethodCalled", called, dbus_interface=dbusmock.MOCK_IFACE)
 adb = lambda *arguments: subprocess.run(["adb", *arguments], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 device = Device()
 serial = f"127.0.0.1:{device.port}"
@@ -141,14 +129,14 @@ try:
     until("replaced Ada (work): Are you there (now)?")
     device.show(dump)
     until("dumpsys")
-    desktop.NotificationClosed(ids["Library"], 2)
+    signal_from_desktop("NotificationClosed", ids["Library"], 2)
     dump = without("org.example.chat", dump)
     device.show(dump)
     until("closed Ada (work)")
     dump = dump.replace("Two books", "Three books")
     device.show(dump)
     until("shown Library: Three books are due.")
-    desktop.NotificationClosed(ids["Library"], 2)
+    signal_from_desktop("NotificationClosed", ids["Library"], 2)
     device.connection.shutdown(socket.SHUT_RDWR)
     until("closed USB debugging connected")
     device = Device(device.port)
@@ -158,7 +146,7 @@ try:
     until("Showing", "shown USB debugging connected: Tap to turn off silently")
     device.show(dumps[2])
     until("closed USB", "shown Mira", "shown Anna", "shown holiday", "shown Morning")
-    desktop.ActionInvoked(ids["Mira"], "default")
+    signal_from_desktop("ActionInvoked", ids["Mira"], "default")
     until("resolve-activity --brief org.example.chat", "am start -n 'org.example.chat/.Main$Tap'")
     process.terminate()
     until("closed Mira", "closed Anna", "closed holiday", "closed Morning")
