@@ -21,12 +21,13 @@ struct Game {
         if (move == 'p') { // the host publishes
             if (!listed) {
                 one.emplace(QVariant(), 0);
+                losses = 0;
             }
             NotificationContent content;
             content.itemCount = ++version;
             wanted = true;
             told = dismissed = refused = 0;
-            confirmed = false;
+            confirmed = givenUp = false;
             obey(one->belongsTo(host)), obey(one->publish(content));
         } else if (move == 'x') { // the host closes
             wanted = false;
@@ -42,6 +43,8 @@ struct Game {
             const auto [closed, given] = news.front();
             news.pop_front();
             if (closed == 0) {
+                --flying;
+                losses = given != 0 ? 0 : losses;
                 obey(given != 0 ? one->identified(given) : one->refused());
                 confirmed = given != 0 && !one->isUnanswered();
             } else if (listed && closed == one->id()) {
@@ -49,8 +52,15 @@ struct Game {
             }
         } else if (move == 'l') { // another server comes, which needs the object of a confirmed version
             lost += !host && confirmed;
+            dismissed = told == 0 ? 0 : dismissed; // the client may not have heard of it
+            losses += std::exchange(flying, 0) > 0 && wanted;
             calls.clear(), news.clear(), screen.clear();
-            obey(one->serverLost()), obey(one->serverFound());
+            warned = false;
+            obey(one->serverLost());
+            isRight = isRight && warned == (losses == 3);
+            givenUp = givenUp || losses == 3;
+            losses %= 3;
+            obey(one->serverFound());
         } else { // the server handles a call, or refuses it
             const auto [id, shows] = calls.front();
             calls.pop_front();
@@ -71,25 +81,34 @@ struct Game {
     {
         using Order = Publication::Order;
         if (order == Order::Send) {
+            ++flying;
             calls.emplace_back(one->id(), one->content().itemCount);
             one->sent({});
         } else if (order == Order::Close || order == Order::CloseAndTell) {
             calls.emplace_back(one->id(), 0);
         }
         told += order == Order::Tell || order == Order::CloseAndTell;
-        refused += order == Order::Warn;
+        warned = order == Order::Warn;
     }
-    /// In the end the last version is on the screen once, or else the host was told once of its dismissal.
+    /// In the end the last version is on the screen once, or else the host was told once of its dismissal. It is told,
+    /// too, that its own close is done, and that nothing is left when the version after the dismissed one is refused.
     bool isFair()
     {
         while (play('s') || play('c')) {
         }
         const bool shown = screen.size() == 1 && screen.begin()->second == version;
         const bool gone = screen.empty() && dismissed + lost > 0;
-        return !wanted       ? screen.empty() && told <= 1
-               : refused > 0 ? screen.size() <= 1 && told <= 1
-               : !host       ? shown || gone
-                             : (shown && told == 0) || (gone && told == 1);
+        const size_t known = screen.size() + told;
+        if (!isRight || !wanted) {
+            return isRight && screen.empty() && (host ? told == 1 : told <= 1);
+        }
+        if (givenUp) {
+            return known == 0;
+        }
+        if (refused > 0) {
+            return known <= 1 && (known == 1 || dismissed == 0 || refused > 1 || !host);
+        }
+        return host ? (shown && told == 0) || (gone && told == 1) : shown || gone;
     }
 
     bool keepsIds;
@@ -100,7 +119,8 @@ struct Game {
     std::deque<std::pair<uint, uint>> news{}; ///< an identifier that is closed, or 0 and the one given, 0 if refused
     uint lastId = 0;
     int version = 0, told = 0, dismissed = 0, refused = 0, lost = 0; ///< how often, since the last version
-    bool wanted = false, confirmed = false;
+    int flying = 0, losses = 0; ///< calls under way; servers lost meanwhile, since the last confirmation
+    bool wanted = false, confirmed = false, warned = false, givenUp = false, isRight = true;
 };
 
 /// Whether every sequence of so many moves more is fair; complains about the first that is not.

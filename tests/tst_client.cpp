@@ -123,7 +123,7 @@ private Q_SLOTS:
         Notification host;
         for (const bool keepsIds : {false, true}) {
             Game game{keepsIds, &host};
-            QVERIFY(game.play('p') && areFair(game, "p", 7));
+            QVERIFY(game.play('p') && areFair(game, "p", 9));
         }
     }
 

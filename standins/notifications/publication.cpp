@@ -74,7 +74,6 @@ Publication::Order Publication::settle()
 Publication::Order Publication::identified(uint id)
 {
     m_id = id;
-    m_closeReason = 0;
     m_losses = 0;
     m_invoked = m_expired = false;
     m_heard = !m_pending;
