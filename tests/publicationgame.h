@@ -28,13 +28,13 @@ struct Game {
             wanted = true;
             told = dismissed = refused = 0;
             confirmed = givenUp = false;
-            obey(one->belongsTo(host)), obey(one->publish(content));
+            obey(one->publish(host, content));
         } else if (move == 'x') { // the host closes
             wanted = false;
             obey(one->close());
         } else if (move == 'd') { // the host's object goes
             host = nullptr;
-            obey(one->belongsTo(host));
+            obey(one->orphaned());
         } else if (move == 'u') { // the user dismisses
             ++dismissed;
             news.emplace_back(screen.begin()->first, 0);

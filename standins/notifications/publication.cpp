@@ -22,8 +22,9 @@ Publication::Publication(const QVariant &key, uint id)
 {
 }
 
-Publication::Order Publication::publish(const NotificationContent &content)
+Publication::Order Publication::publish(Notification *object, const NotificationContent &content)
 {
+    m_object = object;
     m_content = content;
     m_heard = false;
     m_losses %= maximumLosses;
@@ -34,9 +35,9 @@ Publication::Order Publication::publish(const NotificationContent &content)
     return isReady() && !waits ? Order::Send : Order::Nothing;
 }
 
-Publication::Order Publication::belongsTo(Notification *object)
+Publication::Order Publication::orphaned()
 {
-    m_object = object;
+    m_object = nullptr;
     return Order::Nothing;
 }
 

@@ -76,9 +76,9 @@ public:
     const QVector<Button> &buttons() const { return m_buttons; }
 
     // Events
-    Order publish(const NotificationContent &content);
-    /// The object is another one, or null.
-    Order belongsTo(Notification *object);
+    Order publish(Notification *object, const NotificationContent &content);
+    /// The object is destroyed, or has become another notification.
+    Order orphaned();
     /// The content has been sent, with these buttons.
     Order sent(const QVector<Button> &buttons);
     /// The content cannot be sent.

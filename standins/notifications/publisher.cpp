@@ -110,7 +110,7 @@ PublicationPtr Publisher::claim(NotificationPrivate &notification)
 {
     PublicationPtr &own = notification.publication;
     if (own && own->state() == Publication::State::Gone) {
-        act(own, own->belongsTo(nullptr));
+        act(own, own->orphaned());
         own.reset();
     }
     if (!own) {
@@ -125,8 +125,7 @@ PublicationPtr Publisher::claim(NotificationPrivate &notification)
 void Publisher::publish(Notification *notification)
 {
     const PublicationPtr publication = claim(*notification->d);
-    act(publication, publication->belongsTo(notification));
-    act(publication, publication->publish(*notification->d));
+    act(publication, publication->publish(notification, *notification->d));
     if (!m_server.isOpen()) {
         return giveUp(publication, "there is no connection.", m_server.connectionError());
     }
@@ -176,7 +175,7 @@ void Publisher::tell(const PublicationPtr &publication, const std::optional<QStr
         Q_EMIT notification->closed(publication->closeReason());
         if (notification && notification->d->publication == publication) {
             notification->d->publication.reset();
-            act(publication, publication->belongsTo(nullptr));
+            act(publication, publication->orphaned());
         }
     };
     QMetaObject::invokeMethod(this, emitSignal, Qt::QueuedConnection);
@@ -215,7 +214,7 @@ void Publisher::forget(Notification *notification)
 {
     const PublicationPtr publication = notification->d->publication;
     if (s_instance && publication && publication->object() == notification) {
-        s_instance->act(publication, publication->belongsTo(nullptr));
+        s_instance->act(publication, publication->orphaned());
     }
 }
 
