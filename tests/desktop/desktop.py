@@ -43,7 +43,6 @@ class Desktop:
     """A server under Xvfb. Its windows are read through accessibility, and clicked at the places found there."""
 
     needs = "xvfb xdotool at-spi2-core"
-    monitor = None
     size, scale = "800x600", 1
 
     def __init__(self, packages, *commands, prepare="", press="{label}", tap="{title}", dismiss="", light=True, wait=0,
@@ -63,10 +62,10 @@ class Desktop:
         self.until(lambda: os.path.exists(f"/tmp/.X11-unix/X{number}"), "no display")
 
     def connect(self):
-        self.display()
         os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = os.environ["DBUS_SESSION_BUS_ADDRESS"]
         self.bus, self.monitor = open_dbus_connection(), open_dbus_connection()
         Proxy(Monitoring(), self.monitor, timeout=5).BecomeMonitor([])
+        self.display()
         self.ask("UpdateActivationEnvironment", dict(os.environ))
 
     def serve(self):
@@ -103,8 +102,6 @@ class Desktop:
 
     def listen(self, seconds=0.05):
         """Reads from the bus until it is quiet for so long, or for 2 s more at most."""
-        if not self.monitor:
-            return time.sleep(seconds)
         deadline = time.monotonic() + seconds + 2
         with contextlib.suppress(TimeoutError):
             while time.monotonic() < deadline:

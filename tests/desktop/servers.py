@@ -16,8 +16,7 @@ from PIL import Image
 class Unread(Desktop):
     """A server whose screen cannot be read."""
 
-    def items(self):
-        return self.latest()
+    items = Desktop.latest
 
 
 class Dunst(Unread):
@@ -68,11 +67,11 @@ class Sway(Desktop):
     needs = "sway grim at-spi2-core"
 
     def display(self):
-        os.environ.update(WLR_BACKENDS="headless", WLR_LIBINPUT_NO_DEVICES="1", WLR_RENDERER="pixman")
-        Path("sway").write_text(f"output * resolution {self.size} scale {self.scale}\nexec echo $WAYLAND_DISPLAY >up\n")
+        os.environ.update(WLR_BACKENDS="headless", WLR_LIBINPUT_NO_DEVICES="1", WLR_RENDERER="pixman",
+                          WAYLAND_DISPLAY="wayland-1")  # the first one in a new home
+        Path("sway").write_text(f"output * resolution {self.size} scale {self.scale}\n")
         start("sway", "-c", "sway")
-        self.until(lambda: os.path.exists("up") and Path("up").read_text(), "no display")
-        os.environ["WAYLAND_DISPLAY"] = Path("up").read_text().strip()
+        self.until(lambda: os.path.exists("wayland-1"), "no display")
 
     def screenshot(self):
         return Image.open(io.BytesIO(run("grim", "-"))).convert("RGB")
@@ -88,7 +87,7 @@ class Sway(Desktop):
 
 
 class Mako(Sway):
-    items, perform = Unread.items, Dunst.perform
+    items, perform = Desktop.latest, Dunst.perform
 
 
 class Cinnamon(Desktop):
