@@ -4,6 +4,7 @@
 set -euo pipefail
 lumdsim=$(realpath "$1") source=$2
 TMPDIR=$(mktemp -d)
+bus=$DBUS_SESSION_BUS_ADDRESS # for the last part
 export TMPDIR LC_ALL=C.UTF-8 DBUS_SESSION_BUS_ADDRESS=unix:path=/nowhere
 trap 'rm -rf "$TMPDIR"' EXIT
 fail() { printf '%s\n' "$@" && exit 1; }
@@ -61,17 +62,13 @@ for signal in INT TERM HUP; do
     ! compgen -G "$TMPDIR/lumdsim*" || fail "$signal: icons are left behind"
 done
 
-{ read -r DBUS_SESSION_BUS_ADDRESS && read -r bus; } < <(dbus-daemon --session --fork --print-address=1 --print-pid=1)
-trap 'kill "$bus"; rm -rf "$TMPDIR"' EXIT
+DBUS_SESSION_BUS_ADDRESS=$bus
 /usr/bin/python3 -m dbusmock --session --template notification_daemon >/dev/null &
-call() {
-    timeout 10 gdbus call --session -d org.freedesktop.Notifications -o /org/freedesktop/Notifications -m "$@" &>/dev/null
-}
-patience=$((SECONDS + 60))
-until call org.freedesktop.Notifications.GetServerInformation || ((SECONDS > patience)); do sleep 0.1; done
+gdbus wait --session --timeout 60 org.freedesktop.Notifications
 "$lumdsim" --desktop --wait >"$TMPDIR/told" <<<'{"do":"add","key":"k"}' &
-while kill -0 $! 2>/dev/null && ((SECONDS < patience)); do # its first notification has the identifier 1
-    call org.freedesktop.DBus.Mock.EmitSignal '""' NotificationClosed uu '[<uint32 1>, <uint32 2>]'
+while kill -0 $! 2>/dev/null; do # its first notification has the identifier 1
+    timeout 10 gdbus call --session -d org.freedesktop.Notifications -o /org/freedesktop/Notifications \
+        -m org.freedesktop.DBus.Mock.EmitSignal '""' NotificationClosed uu '[<uint32 1>, <uint32 2>]' >/dev/null
 done
 { wait $! && [[ $(<"$TMPDIR/told") == *"k is gone"* ]]; } || fail "--wait" "$(<"$TMPDIR/told")"
 # shellcheck disable=SC2086
