@@ -28,7 +28,7 @@ public:
             if (bus.isEmpty()) {
                 listen();
             } else {
-                attach(QDBusConnection::connectToBus(bus, nextName()));
+                attach(QDBusConnection::connectToBus(bus, QString("server %1").arg(quintptr(this))));
             }
         });
     }
@@ -143,11 +143,6 @@ public:
     }
 
 private:
-    static QString nextName()
-    {
-        static int count = 0;
-        return QString("server %1").arg(++count);
-    }
     void listen()
     {
         m_listener = std::make_unique<QDBusServer>("unix:tmpdir=/tmp");
