@@ -13,7 +13,7 @@ struct Game {
     /// False if the move is impossible.
     bool play(char move)
     {
-        if ((move == 'u' && screen.empty()) || (move == 'c' && news.empty()) ||
+        if ((std::strchr("ui", move) && screen.empty()) || (move == 'c' && news.empty()) ||
             (std::strchr("sr", move) && calls.empty()) || (std::strchr("pxd", move) && !host)) {
             return false;
         }
@@ -26,7 +26,7 @@ struct Game {
             NotificationContent content;
             content.itemCount = ++version;
             wanted = true;
-            told = dismissed = refused = 0;
+            told = dismissed = refused = taken = 0;
             confirmed = givenUp = false;
             obey(one->publish(host, content));
         } else if (move == 'x') { // the host closes
@@ -39,6 +39,10 @@ struct Game {
             ++dismissed;
             news.emplace_back(screen.begin()->first, 0);
             screen.clear();
+        } else if (move == 'i') { // the server gives the identifier to another notification
+            ++taken;
+            news.emplace_back(screen.begin()->first, 1);
+            screen.clear();
         } else if (move == 'c') { // the client comes to the server's next message
             const auto [closed, given] = news.front();
             news.pop_front();
@@ -48,7 +52,7 @@ struct Game {
                 obey(given != 0 ? one->identified(given) : one->refused());
                 confirmed = given != 0 && !one->isUnanswered();
             } else if (listed && closed == one->id()) {
-                obey(one->closed(2));
+                obey(given != 0 ? one->identifierLost() : one->closed(2));
             }
         } else if (move == 'l') { // another server comes, which needs the object of a confirmed version
             lost += !host && confirmed;
@@ -105,8 +109,8 @@ struct Game {
         if (givenUp) {
             return known == 0;
         }
-        if (refused > 0) {
-            return known <= 1 && (known == 1 || dismissed == 0 || refused > 1 || !host);
+        if (refused > 0 || taken > 0) {
+            return known <= 1 && (taken > 0 || known == 1 || dismissed == 0 || refused > 1 || !host);
         }
         return host ? (shown && told == 0) || (gone && told == 1) : shown || gone;
     }
@@ -116,9 +120,10 @@ struct Game {
     std::optional<Publication> one{std::in_place, QVariant(), 0U};
     std::map<uint, int> screen{};             ///< versions by identifier
     std::deque<std::pair<uint, int>> calls{}; ///< an identifier, and the version to show or 0 to close
-    std::deque<std::pair<uint, uint>> news{}; ///< an identifier that is closed, or 0 and the one given, 0 if refused
+    std::deque<std::pair<uint, uint>>
+        news{}; ///< 0 and the identifier given, 0 if refused; else one that is closed, or with 1 taken
     uint lastId = 0;
-    int version = 0, told = 0, dismissed = 0, refused = 0, lost = 0; ///< how often, since the last version
+    int version = 0, told = 0, dismissed = 0, refused = 0, taken = 0, lost = 0; ///< how often, since the last version
     int flying = 0, losses = 0; ///< calls under way; servers lost meanwhile, since the last confirmation
     bool wanted = false, confirmed = false, warned = false, givenUp = false, isRight = true;
 };
@@ -126,7 +131,7 @@ struct Game {
 /// Whether every sequence of so many moves more is fair; complains about the first that is not.
 inline bool areFair(const Game &game, const std::string &moves, size_t length)
 {
-    for (const char move : std::string("pxduscrl")) {
+    for (const char move : std::string("pxduiscrl")) {
         Game next = game;
         if (next.play(move) && (moves.size() + 1 < length ? !areFair(next, moves + move, length) : !next.isFair())) {
             qWarning("%s%c", moves.c_str(), move);

@@ -6,13 +6,13 @@
 #include <algorithm>
 
 /// The time for which a thread with other duties may wait for a server: 1.5 s in any 10 s, however the server answers.
-/// After a wait in vain, no further wait is allowed until the server has answered.
+/// After a wait in vain, no further wait is allowed until some call was answered.
 class BoundedWait
 {
 public:
     BoundedWait() { m_clock.start(); }
 
-    /// The server has answered, or another one has come.
+    /// A call was answered, or another server has come.
     void trust() { m_disappointed = false; }
     /// Starts a wait; returns how long it may take, in milliseconds.
     qint64 begin()

@@ -60,6 +60,7 @@ Publication::Order Publication::gone(uint reason)
 {
     m_closeReason = reason;
     m_pending = false;
+    m_content = {};
     m_state = State::Gone;
     return Order::Tell;
 }
@@ -76,7 +77,7 @@ Publication::Order Publication::identified(uint id)
 {
     m_id = id;
     m_losses = 0;
-    m_invoked = m_expired = false;
+    m_lost = m_invoked = m_expired = false;
     m_heard = !m_pending;
     m_buttons = std::exchange(m_nextButtons, {});
     return settle();
@@ -91,7 +92,7 @@ Publication::Order Publication::refused()
     if (!m_pending && (closing || m_closeReason != 0)) {
         return gone(closing ? protocol::OnRequest : m_closeReason);
     }
-    m_id = m_closeReason = 0;
+    m_id = 0;
     m_state = State::Unsent;
     return proceed();
 }
@@ -130,26 +131,33 @@ Publication::Order Publication::closed(uint reason)
     }
     if (m_pending) {
         m_id = 0;
-        m_expired = false;
         m_state = State::Unsent;
         return Order::Nothing;
     }
     return gone(reason);
 }
 
+Publication::Order Publication::identifierLost()
+{
+    if (!isUnanswered()) {
+        return serverLost();
+    }
+    m_id = 0;
+    m_state = m_state == State::Updating ? State::Sent : m_state;
+    return Order::Nothing;
+}
+
 Publication::Order Publication::serverLost()
 {
+    m_id = 0;
     if (m_state == State::Gone) {
         return Order::Nothing;
     }
-    m_id = 0;
     if (m_state == State::Left || m_state == State::Closing) {
         return gone(protocol::OnRequest);
     }
     const bool underWay = isUnanswered();
-    m_closeReason = 0;
-    m_expired = false;
-    m_pending = m_pending || underWay;
+    m_pending = m_lost = m_pending || underWay;
     m_state = State::Unsent;
     if (underWay && ++m_losses == maximumLosses) {
         m_pending = false;

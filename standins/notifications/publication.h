@@ -16,8 +16,10 @@ class Notification;
 /// | Sent     | keep         | Shown, send kept  | Unsent, send kept  | Closing      |                 |
 /// | Shown    | send         |                   |                    | close: Left  | tell: Gone      |
 /// | Updating | keep         | Shown, send kept  | Shown, send kept   | Closing      | remember        |
-/// | Closing  | keep         | close: Left       | close: Left        |              | remember        |
+/// | Closing  | keep         | close: Left       | close: Left [^1]   |              | remember        |
 /// | Left     | send         |                   |                    |              | tell: Gone      |
+///
+/// [^1]: or tell: Gone, without an identifier.
 ///
 /// Sending leads from Unsent to Sent, and from Shown and Left to Updating, since these have an identifier to replace.
 /// Closing, published again, is Sent or Updating as before.
@@ -66,8 +68,8 @@ public:
     }
     /// Whether it is wanted on the screen.
     bool isLive() const { return m_state != State::Left && m_state != State::Gone; }
-    /// Whether it was under way when a server was lost, and none has confirmed it since.
-    bool isLost() const { return m_losses != 0; }
+    /// Whether it was on its way when a server was lost, and none has confirmed it since.
+    bool isLost() const { return m_lost; }
     /// Whether no further event matters. An object that is yet to be told keeps the publication.
     bool isOver() const { return !m_object && (!isLive() || (m_state == State::Unsent && !m_pending)); }
     /// The object that published it last; null once that is destroyed.
@@ -89,7 +91,9 @@ public:
     Order expired();
     Order close();
     Order closed(uint reason);
-    /// The server is gone, or has given the identifier to another notification.
+    /// The server gave the identifier to another notification.
+    Order identifierLost();
+    /// The server is gone, and its identifiers with it.
     Order serverLost();
     /// Another server has come.
     Order serverFound();
@@ -106,9 +110,10 @@ private:
     const QVariant m_key;
     State m_state;
     uint m_id;
-    uint m_closeReason = 0; ///< not 0: a version was reported closed while the next one was under way
-    int m_losses = 0;       ///< of servers, since the last confirmation
+    uint m_closeReason = 0; ///< not 0 beside a call: the version before was reported closed since it was sent
+    int m_losses = 0;       ///< of servers while a version was under way, since the last confirmation
     bool m_pending = false;
+    bool m_lost = false;
     bool m_heard = false; ///< a server has confirmed the content
     bool m_invoked = false;
     bool m_expired = false;

@@ -41,13 +41,14 @@ bool Publisher::use(const QDBusConnection &connection)
     if (!connection.isConnected()) {
         return false;
     }
+    closeAll();
     m_server.use(connection);
     onLost({});
     m_wait = BoundedWait();
     return true;
 }
 
-/// Carries out the order that follows from an event. Each event is reported in a call of this function, so:
+/// Carries out the order that follows from an event. Each event with one is reported in a call of this function, so:
 /// - A publication is filed from its first event until it is over.
 /// - A publication that is ready to be sent waits for that, if there is a server.
 /// - Nothing is emitted here: the object is told later, by the event loop.
@@ -85,7 +86,7 @@ void Publisher::file(const PublicationPtr &publication)
     }
     const PublicationPtr other = id != 0 ? std::exchange(m_identified[id], publication) : publication;
     if (other && other != publication) {
-        act(other, other->serverLost());
+        act(other, other->identifierLost());
     }
 }
 
@@ -106,16 +107,16 @@ PublicationPtr Publisher::find(uint id, const QVariant &key) const
 }
 
 /// The publication of which `notification` is a version, or a new one.
-PublicationPtr Publisher::claim(NotificationPrivate &notification)
+PublicationPtr Publisher::claim(Notification *notification)
 {
-    PublicationPtr &own = notification.publication;
+    PublicationPtr &own = notification->d->publication;
     if (own && own->state() == Publication::State::Gone) {
-        act(own, own->orphaned());
+        forget(notification);
         own.reset();
     }
     if (!own) {
-        const uint id = std::exchange(notification.id, 0);
-        const QVariant key = notification.hints.value(protocol::hint::originKey());
+        const uint id = std::exchange(notification->d->id, 0);
+        const QVariant key = notification->d->hints.value(protocol::hint::originKey());
         const PublicationPtr known = find(id, key);
         own = known ? known : std::make_shared<Publication>(key, id);
     }
@@ -124,7 +125,7 @@ PublicationPtr Publisher::claim(NotificationPrivate &notification)
 
 void Publisher::publish(Notification *notification)
 {
-    const PublicationPtr publication = claim(*notification->d);
+    const PublicationPtr publication = claim(notification);
     act(publication, publication->publish(notification, *notification->d));
     if (!m_server.isOpen()) {
         return giveUp(publication, "there is no connection.", m_server.connectionError());
@@ -165,7 +166,7 @@ void Publisher::tell(const PublicationPtr &publication, const std::optional<QStr
 {
     const auto emitSignal = [this, publication, action] {
         const QPointer<Notification> notification = publication->object();
-        if (!notification || notification->d->publication != publication) {
+        if (!notification) {
             return;
         }
         if (action) {
@@ -185,6 +186,8 @@ void Publisher::close(Notification *notification)
 {
     if (const PublicationPtr publication = notification->d->publication) {
         act(publication, publication->close());
+    } else if (notification->d->id != 0 && m_server.isOpen()) {
+        m_server.closeNotification(notification->d->id, m_server.owner());
     }
 }
 
@@ -218,7 +221,7 @@ void Publisher::forget(Notification *notification)
     }
 }
 
-/// The program ends: nothing may stay on the desktop that nobody serves any more.
+/// Nothing may stay on a desktop that nobody serves any more: the program ends, or goes to another one.
 void Publisher::closeAll()
 {
     customEvent(nullptr);

@@ -50,7 +50,7 @@ private:
     };
 
     Publisher();
-    PublicationPtr claim(NotificationPrivate &notification);
+    PublicationPtr claim(Notification *notification);
     PublicationPtr find(uint id, const QVariant &key) const;
     void act(const PublicationPtr &publication, Publication::Order order);
     void file(const PublicationPtr &publication);
@@ -67,6 +67,7 @@ private:
     void onListed(const NotificationKeys &listed);
     void onAnswer(quint64 call, const QDBusMessage &answer);
     void onSignal(const QDBusMessage &signal);
+    void watchCalls();
     void refuseOvertaken();
     void sendWaiting();
 
@@ -78,9 +79,10 @@ private:
     BoundedWait m_wait;
     std::map<PublicationPtr, uint, Earlier> m_all; ///< each with the identifier under which it is filed, 0 for none
     QHash<uint, PublicationPtr> m_identified;
-    std::deque<PublicationPtr> m_waiting;      ///< ready to be sent; some may have been closed meanwhile
+    std::deque<PublicationPtr> m_waiting;      ///< to be sent; some are not ready any more, or are listed twice
     std::map<quint64, PublicationPtr> m_calls; ///< under way, by number
-    QTimer m_patience;
-    quint64 m_overtaken = 0; ///< while that runs: the number of a call that has overtaken all before it
-    bool m_listing = false;  ///< a caller takes what the server lists
+    quint64 m_lastAnswered = 0;                ///< the highest number of a call that was answered
+    QTimer m_patience;                         ///< runs while some calls are overtaken
+    quint64 m_overtaken = 0;                   ///< `m_lastAnswered` when it was started
+    bool m_listing = false;                    ///< a caller takes what the server lists
 };

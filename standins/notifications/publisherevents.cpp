@@ -6,6 +6,8 @@
 
 #include <QtCore/QLoggingCategory>
 
+#include <algorithm>
+
 Q_DECLARE_LOGGING_CATEGORY(vorn)
 
 namespace
@@ -63,7 +65,7 @@ void Publisher::onFound()
     }
 }
 
-/// A publication that was under way to an earlier server waits for the next one.
+/// A publication that was on its way to an earlier server waits for the next one.
 void Publisher::onMissing(const QString &error)
 {
     for (const auto &[publication, id] : std::map(m_all)) {
@@ -80,6 +82,7 @@ void Publisher::onLost(const QString &server)
     m_wait.trust();
     m_waiting.clear();
     m_calls.clear();
+    m_patience.stop();
     for (const auto &[publication, id] : std::map(m_all)) {
         if (id != 0 && !server.isEmpty()) {
             m_server.closeNotification(id, server);
@@ -117,10 +120,8 @@ void Publisher::onAnswer(quint64 call, const QDBusMessage &answer)
     }
     const PublicationPtr publication = known->second;
     m_calls.erase(known);
-    if (!m_calls.empty() && m_calls.begin()->first < call && !m_patience.isActive()) {
-        m_overtaken = call;
-        m_patience.start(patienceMs);
-    }
+    m_lastAnswered = std::max(m_lastAnswered, call);
+    watchCalls();
     if (id == 0) {
         const QString error = answer.errorMessage();
         qCWarning(vorn) << "Notification not shown, no identifier was given:"
@@ -137,14 +138,24 @@ void Publisher::onAnswer(quint64 call, const QDBusMessage &answer)
     }
 }
 
-/// A call that later ones overtook may stay unanswered for ever, and its publication must not wait for it. So a minute
-/// later it counts as refused.
+/// A call that later ones overtake may stay unanswered for ever, and its publication must not wait for it. So it counts
+/// as refused one to two minutes after that.
+void Publisher::watchCalls()
+{
+    if (!m_patience.isActive() && !m_calls.empty() && m_calls.begin()->first < m_lastAnswered) {
+        m_overtaken = m_lastAnswered;
+        m_patience.start(patienceMs);
+    }
+}
+
 void Publisher::refuseOvertaken()
 {
-    while (!m_calls.empty() && m_calls.begin()->first < m_overtaken) {
+    const quint64 overtaken = m_overtaken;
+    while (!m_calls.empty() && m_calls.begin()->first < overtaken) {
         const QString error = QStringLiteral("No answer for a minute");
         onAnswer(m_calls.begin()->first, QDBusMessage::createError(QDBusError::NoReply, error));
     }
+    watchCalls();
     sendWaiting();
 }
 

@@ -58,12 +58,12 @@ public:
 Q_SIGNALS:
     /// The server is known.
     void found();
-    /// Nobody serves, and nobody could be started.
+    /// Nobody serves, and nobody could or was to be started.
     void missing(const QString &error);
     /// The server with this unique name has lost the name.
     void lost(const QString &server);
     void listed(const NotificationKeys &keys);
-    /// To a call that is not a question about the server.
+    /// To a call that is not the question asked last.
     void answered(quint64 call, const QDBusMessage &answer);
     void signalled(const QDBusMessage &signal);
 

@@ -9,7 +9,7 @@
 class VORN_NOTIFICATIONS_EXPORT NotificationConnectionManager
 {
 public:
-    /// Uses `connection`, a bus or a peer, from now on; until then it is the session bus. False, with the
-    /// connection in use kept, when `connection` is not connected.
+    /// Uses `connection`, a bus or a peer, from now on; until then it is the session bus. Live notifications move from
+    /// the one to the other. False, with the connection in use kept, when `connection` is not connected.
     static bool useDBusConnection(const QDBusConnection &connection);
 };
