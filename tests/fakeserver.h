@@ -98,8 +98,9 @@ public:
         const QVariantList a = notify.arguments();
         const uint replaced = a[1].toUInt();
         const uint id = replaced != 0 && (keepsIds || shown.contains(replaced)) ? replaced : ++m_lastId;
-        shown[id] = {id, {}, {}, a[3].toString(), a[4].toString(), a[5].toStringList(), qdbus_cast<QVariantMap>(a[6]),
-                     0};
+        shown[id] = {
+            id,          {}, {}, a[3].toString(), a[4].toString(), a[5].toStringList(), qdbus_cast<QVariantMap>(a[6]),
+            a[7].toInt()};
         m_peer.send(notify.createReply(id));
         return id;
     }
@@ -176,6 +177,8 @@ private:
             }
         } else if (call.interface() == "com.velmo.lumd") {
             calls << call.member() + ' ' + QVariant(call.arguments()).toStringList().join(' ');
+        } else if (call.member() == "GetNotifications" && !m_capabilities.contains("x-vorn-remote-actions")) {
+            calls << "GetNotifications"; // which it never answers
         } else if (call.member() == "GetNotifications") {
             NotificationKeys keys;
             for (const DesktopNotification &one : qAsConst(shown)) {

@@ -18,10 +18,13 @@ private Q_SLOTS:
         qAddPostRoutine([] { // added before the library's, so it runs after that
             const QDeadlineTimer deadline(5000);
             for (bool closed = false; !closed;) {
-                last->run([&] { closed = last->calls == QStringList{"Notify", "Close 1"}; });
+                last->run([&] { closed = last->calls.last() == "Close 1"; });
                 if (!closed && deadline.hasExpired()) {
                     qFatal("The application leaves a notification behind");
                 }
+            }
+            if (NotificationConnectionManager::useDBusConnection(QDBusConnection("last"))) {
+                qFatal("The library goes on");
             }
             last.reset();
         });
@@ -50,7 +53,8 @@ private Q_SLOTS:
         Notification host;
         for (const bool keepsIds : {false, true}) {
             Game game{keepsIds, &host};
-            QVERIFY(game.play('p') && areFair(game, "p", 9));
+            QVERIFY(game.play('p') && areFair(game, "p", 8));
+            QVERIFY(game.play('s') && game.play('c') && areFair(game, "psc", 10));
         }
     }
 
@@ -131,6 +135,18 @@ private Q_SLOTS:
         program.add("l", "1"); // its wait handles the dismissal and the change
         program.add("k", "2");
         QCOMPARE(program.shown(), "k2 l1");
+    }
+
+    /// Live notifications move.
+    void connectionChanges()
+    {
+        Program program(foreign);
+        program.add("k", "1");
+        FakeServer peer(foreign);
+        NotificationConnectionManager::useDBusConnection(QDBusConnection::connectToPeer(peer.address(), "peer"));
+        QTRY_COMPARE(program.live["k"]->replacesId(), 1U);
+        QTRY_COMPARE(program.server->calls, (QStringList{"Notify", "Close 1"}));
+        QCOMPARE(peer.shown.size(), 1);
     }
 
     /// However it answers, a server may not hold up the thread for more than 1.5 s in 10 s.

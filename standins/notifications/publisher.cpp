@@ -44,6 +44,7 @@ bool Publisher::use(const QDBusConnection &connection)
     closeAll();
     m_server.use(connection);
     onLost({});
+    m_server.ask(false);
     m_wait = BoundedWait();
     return true;
 }
