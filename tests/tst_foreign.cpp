@@ -48,6 +48,7 @@ private Q_SLOTS:
             {{a::title, "default"}},
             {{a::title, "Mood"}, {a::identifier, "2"}, {a::choices, list(Choices{"Good", "", "Bad"})}},
             {{a::title, "Reply"}, {a::identifier, "1"}, {a::freeInput, true}, {a::inputLabel, "Message"}},
+            {{a::title, "Note"}, {a::identifier, "4"}, {a::freeInput, true}},
             {{a::title, "Mute"}, {a::identifier, "3"}}};
         fixture.add("k", {{n::ongoing, true}}); // the next version is not
         fixture.add("k", {{n::text, "a <b>"},
@@ -60,8 +61,9 @@ private Q_SLOTS:
         DesktopNotification shown;
         server.run([&] { shown = server.shown.value(1); });
         QCOMPARE(shown.body, profile.body);
-        QCOMPARE(shown.actions.join(','),
-                 QString("Mood|2#0,Good,Mood|2#2,Bad,%1,Reply,Mute|3,Mute,default,Open").arg(profile.reply));
+        QCOMPARE(
+            shown.actions.join(','),
+            QString("Mood|2#0,Good,Mood|2#2,Bad,%1,Reply,Note|4,Note,Mute|3,Mute,default,Open").arg(profile.reply));
         QCOMPARE(shown.hints["value"].toInt(), profile.value);
         QCOMPARE(shown.expireTimeout, profile.timeout);
         QCOMPARE(shown.hints["category"], "im.received");

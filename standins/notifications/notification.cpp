@@ -35,18 +35,10 @@ void Notification::setProgress(const QVariant &progress) { d->progress = progres
 void Notification::setResident(bool resident) { d->resident = resident; }
 void Notification::setIsTransient(bool transient) { d->transient = transient; }
 QVariant Notification::hintValue(const QString &hint) const { return d->hints.value(hint); }
+void Notification::setHintValue(const QString &hint, const QVariant &value) { d->hints.insert(hint, value); }
 QVariantList Notification::remoteActions() const { return d->remoteActions; }
 void Notification::setRemoteActions(const QVariantList &actions) { d->remoteActions = actions; }
 uint Notification::replacesId() const { return d->publication ? d->publication->id() : d->id; }
-
-void Notification::setHintValue(const QString &hint, const QVariant &value)
-{
-    if (value.isValid()) {
-        d->hints.insert(hint, value);
-    } else {
-        d->hints.remove(hint);
-    }
-}
 
 void Notification::setReplacesId(uint id)
 {

@@ -142,11 +142,7 @@ void Publisher::publish(Notification *notification)
 /// event loop handles the rest.
 template <typename Condition> void Publisher::waitUntil(Condition reached)
 {
-    const qint64 allowedMs = m_wait.begin();
-    if (reached() || allowedMs == 0) {
-        return;
-    }
-    const QDeadlineTimer deadline(allowedMs);
+    const QDeadlineTimer deadline(m_wait.begin());
     Inbox::Item item;
     while (!reached() && !deadline.hasExpired() && m_inbox.await(&item, deadline)) {
         handle(item);
