@@ -39,6 +39,11 @@ const Row rows[] = {
     {"leftovers are listed late", [](auto &p, auto &s) {
         s.run([&s] { s.shown[7] = {7, {}, {}, {}, {}, {}, {{"x-vorn-owner", "tst_client"}}, 0}; });
         s.hold(); qDeleteAll(Notification::notifications()); p.add("l", "1"); s.release(); }, "k1 l1"},
+    {"leftovers are listed", [](auto &p, auto &s) {
+        s.run([&s] { s.shown[7] = {7, {}, {}, {}, {}, {}, {{"x-vorn-owner", "tst_client"}}, 0}; });
+        const QList<QObject *> all = Notification::notifications();
+        QCOMPARE(all.size(), 2); qDeleteAll(all); QCOMPARE(p.shown(), " k1"); Program::clear(); },
+        "", "k gone"},
     {"without a key", [](auto &p, auto &s) { s.hold(); p.add({}, "1"); p.add({}, "2"); s.release(); }, "2 k1"},
     {"closed, published again and destroyed before that is told", [](auto &, auto &s) {
         Notification one;
