@@ -110,7 +110,7 @@ private:
     const QVariant m_key;
     State m_state;
     uint m_id;
-    uint m_closeReason = 0; ///< not 0 beside a call: the version before was reported closed since it was sent
+    uint m_closeReason = 0; ///< during a call: not 0 if the version before was reported closed meanwhile
     int m_losses = 0;       ///< of servers while a version was under way, since the last confirmation
     bool m_pending = false;
     bool m_lost = false;
